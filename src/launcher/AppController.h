@@ -1,0 +1,88 @@
+#pragma once
+
+#include "Outlets.h"
+#include "VTLaunchApp.h"
+#include "WorkerThreads.h"
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+// The application's controller: finds the suite's tools, keeps the shown catalogue and serves it to the
+// panel. Made once, on the main thread, and shared with the threads it starts.
+class AppController : public std::enable_shared_from_this<AppController> {
+public:
+    using AppList = std::vector<std::shared_ptr<VTLaunchApp>>;
+
+    // What a table cell shows: an icon (null for none) or a text.
+    using CellValue = std::variant<std::shared_ptr<const platform::Icon>, std::string>;
+
+    // The table's columns, by identifier.
+    static constexpr std::string_view colIcon = "colIcon";
+    static constexpr std::string_view colTitle = "colTitle";
+    static constexpr std::string_view colDesc = "colDesc";
+
+    // Tags of the sort menu's items, stored as `sortType`.
+    static constexpr int kSortByName = 0;
+    static constexpr int kSortByGroup = 1;
+
+    // Opens a fresh log and puts the registered defaults in place.
+    static std::shared_ptr<AppController> init();
+
+    // Once the panel is loaded: takes the outlets, which must outlive `applicationWillTerminate`, starts
+    // the first rebuild and checks the sort menu's item.
+    void awakeFromNib(const Outlets& outlets);
+
+    // The end: asks the controller's threads to stop and waits a moment for them. False when one is
+    // stuck, in a folder that does not answer, say; it must then be left behind.
+    bool applicationWillTerminate();
+
+    // The program's threads, which end with it.
+    WorkerThreads& threads() { return threads_; }
+
+    // --- The scan (AppController+Scan.cpp). Any thread.
+
+    // The suite's tools in `folder` and below, in listing order; absent when the folder is refused or
+    // cannot be listed, and when `stop` asked to give up.
+    static std::optional<AppList> appsForFolder(const std::string& folder, std::stop_token stop = {});
+
+    // Does the path's last component name a folder that the scan must not descend into?
+    static bool isFileBlacklisted(std::string_view path);
+
+    // --- The catalogue view (AppController+View.cpp).
+
+    // The shown catalogue. Never null; replaced whole. Any thread.
+    std::shared_ptr<const AppList> dataArray() const;
+
+    // Scans, filters and sorts, then shows the result. For a thread of its own.
+    void populateData(std::stop_token stop = {});
+
+    // Starts `populateData` on a new thread.
+    void startRebuild();
+
+    // Main thread from here on.
+    void hideGroup(outlet::MenuItem& item);
+    void changeSortMode(outlet::MenuItem& item);
+    void reloadDataAction();
+    void revealInFinder();
+
+    std::size_t numberOfRows() const;
+    std::optional<CellValue> objectValueForTableColumn(std::string_view column, std::size_t row) const;
+    void willDisplayCell(outlet::TextCell& cell, std::string_view column, std::size_t row) const;
+
+private:
+    AppController() = default;
+
+    void showMenuItemsForGroups(const AppList& apps);
+    void setDataArray(AppList apps);
+
+    Outlets outlets_;
+    WorkerThreads threads_;
+    mutable std::mutex dataMutex_;
+    std::shared_ptr<const AppList> dataArray_ = std::make_shared<const AppList>();
+};

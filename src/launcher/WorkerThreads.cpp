@@ -1,0 +1,49 @@
+#include "WorkerThreads.h"
+
+#include <condition_variable>
+#include <cstddef>
+#include <mutex>
+#include <thread>
+
+struct WorkerThreads::State {
+    std::stop_source stop;
+    std::mutex mutex;
+    std::condition_variable ended;
+    std::size_t running = 0;
+};
+
+WorkerThreads::WorkerThreads() : state_(std::make_shared<State>()) {}
+
+WorkerThreads::~WorkerThreads() {
+    state_->stop.request_stop();
+}
+
+void WorkerThreads::detachNewThread(std::function<void(std::stop_token)> work) {
+    {
+        std::lock_guard lock(state_->mutex);
+        if (state_->stop.stop_requested()) {
+            return;
+        }
+        ++state_->running;
+    }
+    auto body = [state = state_, work = std::move(work)]() mutable {
+        work(state->stop.get_token());
+        work = nullptr; // what it holds goes before the end is told
+        std::lock_guard lock(state->mutex);
+        --state->running;
+        state->ended.notify_all();
+    };
+    try {
+        std::thread(std::move(body)).detach();
+    } catch (...) {
+        std::lock_guard lock(state_->mutex);
+        --state_->running;
+        throw;
+    }
+}
+
+bool WorkerThreads::finish(std::chrono::milliseconds limit) {
+    state_->stop.request_stop();
+    std::unique_lock lock(state_->mutex);
+    return state_->ended.wait_for(lock, limit, [this] { return state_->running == 0; });
+}

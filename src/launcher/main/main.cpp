@@ -1,0 +1,111 @@
+#include "AppController.h"
+#include "Bundle.h"
+#include "CommandLine.h"
+#include "DarkPalette.h"
+#include "LinuxWorkspace.h"
+#include "ListCommand.h"
+#include "MainPanel.h"
+#include "Platform.h"
+#include "QtMainThread.h"
+#include "TerminationSignals.h"
+#include "VTLocalPaths.h"
+#include "linux/LinuxConsoleLog.h"
+#include "linux/LinuxFileManager.h"
+#include "linux/LinuxUserDefaults.h"
+#include "linux/LinuxUsers.h"
+
+#include <QApplication>
+#include <cstdio>
+#include <cstdlib>
+#include <unistd.h>
+
+namespace {
+
+constexpr const char* kBundleIdentifier = "com.vantorel.Launcher";
+
+// The services that need neither a display nor the user's preferences.
+platform::Platform basicServices() {
+    return {.consoleLog = std::make_shared<platform::LinuxConsoleLog>("Launcher"),
+            .fileManager = std::make_shared<platform::LinuxFileManager>(),
+            .users = std::make_shared<platform::LinuxUsers>(),
+            .notificationCenter = std::make_shared<platform::NotificationCenter>(),
+            .userDefaults = nullptr,
+            .mainThread = nullptr,
+            .workspace = std::make_shared<platform::LinuxWorkspace>()};
+}
+
+// Qt ends the process with a core dump when it finds no display; a sentence and a status do as well.
+void reportFatalMessages(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    std::fprintf(stderr, "Launcher: %s\n", qUtf8Printable(message));
+    if (type == QtFatalMsg) {
+        ::_exit(1);
+    }
+}
+
+int openPanel(int argc, char** argv) {
+    qInstallMessageHandler(reportFatalMessages);
+    QApplication application(argc, argv);
+    if (argc > 1) {
+        std::fprintf(stderr, "Launcher: unknown argument %s\n\n%s", argv[1], kUsage);
+        return 2;
+    }
+    QApplication::setApplicationName(QStringLiteral("Launcher"));
+    QApplication::setApplicationVersion(QStringLiteral(VT_VERSION));
+    QApplication::setDesktopFileName(QString::fromLatin1(kBundleIdentifier));
+    if (auto bundle = platform::Bundle::main()) {
+        QApplication::setWindowIcon(QIcon(QString::fromStdString(bundle->resourcePath() + "/Launcher.icns")));
+    }
+    DarkPalette::install();
+
+    auto mainThread = std::make_shared<platform::QtMainThread>();
+    auto services = basicServices();
+    services.mainThread = mainThread;
+    platform::install(services);
+    services.userDefaults = std::make_shared<platform::LinuxUserDefaults>(
+        VTLocalPaths::prefsDirectory(true).value_or(""), kBundleIdentifier);
+    platform::install(services);
+
+    auto controller = AppController::init();
+    bool threadsEnded = false;
+    int status = 0;
+    {
+        TerminationSignals signals;
+        MainPanel panel(controller);
+        controller->awakeFromNib(panel.outlets());
+        panel.show();
+        status = QApplication::exec();
+
+        mainThread->close();
+        threadsEnded = controller->applicationWillTerminate();
+        services.notificationCenter->post(
+            {.name = platform::kApplicationWillTerminateNotification, .userInfo = {}});
+    }
+    if (!threadsEnded) {
+        // A thread is stuck in the file system; nothing it may still use can be torn down.
+        std::_Exit(status);
+    }
+    return status;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    auto commandLine = CommandLine::parse({argv + 1, argv + argc});
+    if (commandLine.unknown) {
+        std::fprintf(stderr, "Launcher: unknown option %s\n\n%s", commandLine.unknown->c_str(), kUsage);
+        return 2;
+    }
+    switch (commandLine.action) {
+    case CommandLine::Action::Help:
+        return std::fputs(kUsage, stdout) < 0 ? 1 : 0;
+    case CommandLine::Action::Version:
+        return std::puts("Launcher " VT_VERSION) < 0 ? 1 : 0;
+    case CommandLine::Action::List:
+    case CommandLine::Action::ListAsJson:
+        platform::install(basicServices());
+        return runListCommand(commandLine.action == CommandLine::Action::ListAsJson);
+    case CommandLine::Action::OpenPanel:
+        break;
+    }
+    return openPanel(argc, argv);
+}

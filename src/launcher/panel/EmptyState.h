@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QWidget>
+
+class QLabel;
+
+// What stands in the place of the table when it has no rows: an icon, what is the matter, and a hint.
+class EmptyState : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit EmptyState(QWidget* parent = nullptr);
+
+    void setTexts(const QString& title, const QString& hint);
+
+private:
+    QLabel* title_;
+    QLabel* hint_;
+};

@@ -1,0 +1,53 @@
+#include "TerminationSignals.h"
+
+#include <QApplication>
+#include <QSocketNotifier>
+#include <array>
+#include <csignal>
+#include <cstdint>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr std::array kSignals{SIGTERM, SIGINT, SIGHUP};
+
+// Written by the handler, read by the event loop.
+int arrival = -1;
+
+void noteArrival(int) {
+    const std::uint64_t one = 1;
+    [[maybe_unused]] auto written = ::write(arrival, &one, sizeof one);
+}
+
+void setHandlers(void (*handler)(int)) {
+    struct sigaction action {};
+    action.sa_handler = handler;
+    action.sa_flags = SA_RESTART;
+    for (int number : kSignals) {
+        struct sigaction present {};
+        // Whoever started us with a signal ignored, as nohup does, wants it so.
+        if (::sigaction(number, nullptr, &present) == 0 && present.sa_handler != SIG_IGN) {
+            ::sigaction(number, &action, nullptr);
+        }
+    }
+}
+
+} // namespace
+
+TerminationSignals::TerminationSignals() {
+    arrival = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    arrived_ = new QSocketNotifier(arrival, QSocketNotifier::Read, this);
+    connect(arrived_, &QSocketNotifier::activated, this, [this] {
+        arrived_->setEnabled(false);
+        QApplication::closeAllWindows();
+        QApplication::quit();
+    });
+    setHandlers(noteArrival);
+}
+
+TerminationSignals::~TerminationSignals() {
+    setHandlers(SIG_DFL);
+    delete arrived_;
+    ::close(arrival);
+}

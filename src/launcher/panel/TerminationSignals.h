@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QObject>
+
+class QSocketNotifier;
+
+// Turns SIGTERM, SIGINT and SIGHUP into an orderly quit of the running QApplication, for as long as it
+// lives. One at a time, on the main thread.
+class TerminationSignals : public QObject {
+    Q_OBJECT
+
+public:
+    TerminationSignals();
+    ~TerminationSignals() override;
+
+private:
+    QSocketNotifier* arrived_;
+};

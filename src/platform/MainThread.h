@@ -1,0 +1,19 @@
+#pragma once
+
+#include <functional>
+
+namespace platform {
+
+enum class Wait { No, UntilDone };
+
+// Hands work to the thread that runs the interface. Work handed over without waiting runs in order.
+class MainThread {
+public:
+    virtual ~MainThread() = default;
+
+    // From the main thread with `UntilDone`: runs at once. Once the main loop has ended, work is
+    // dropped and waiting calls return. An exception that the work throws is rethrown to a waiting caller.
+    virtual void perform(std::function<void()> work, Wait wait) = 0;
+};
+
+} // namespace platform

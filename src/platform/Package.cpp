@@ -1,0 +1,36 @@
+#include "Package.h"
+
+#include "Text.h"
+
+#include <algorithm>
+#include <array>
+
+namespace platform {
+
+std::string_view lastPathComponent(std::string_view path) {
+    while (path.size() > 1 && path.back() == '/') {
+        path.remove_suffix(1);
+    }
+    auto slash = path.rfind('/');
+    return slash == std::string_view::npos || path.size() == 1 ? path : path.substr(slash + 1);
+}
+
+std::string_view pathExtension(std::string_view path) {
+    auto name = lastPathComponent(path);
+    auto dot = name.rfind('.');
+    return dot == std::string_view::npos || dot == 0 ? std::string_view() : name.substr(dot + 1);
+}
+
+bool isPackageName(std::string_view path) {
+    static constexpr std::array<std::string_view, 24> kPackageExtensions{
+        "action",     "app",   "bundle",  "component", "download", "dsym",      "framework",   "kext",
+        "mdimporter", "menu",  "mpkg",    "pkg",       "plugin",   "prefpane",  "qlgenerator", "rtfd",
+        "saver",      "scptd", "service", "wdgt",      "workflow", "xcodeproj", "xpc",         "appex"};
+    auto extension = pathExtension(path);
+    if (extension.empty()) {
+        return false;
+    }
+    return std::ranges::find(kPackageExtensions, lowercase(extension)) != kPackageExtensions.end();
+}
+
+} // namespace platform

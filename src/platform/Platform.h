@@ -1,0 +1,46 @@
+#pragma once
+
+#include "ConsoleLog.h"
+#include "FileManager.h"
+#include "MainThread.h"
+#include "NotificationCenter.h"
+#include "UserDefaults.h"
+#include "Users.h"
+#include "Workspace.h"
+
+#include <memory>
+
+namespace platform {
+
+// What the Launcher asks of the desktop, service by service. The program installs the real ones once,
+// before anything else; a test replaces those it wants for a scope.
+struct Platform {
+    std::shared_ptr<ConsoleLog> consoleLog;
+    std::shared_ptr<FileManager> fileManager;
+    std::shared_ptr<Users> users;
+    std::shared_ptr<NotificationCenter> notificationCenter;
+    std::shared_ptr<UserDefaults> userDefaults;
+    std::shared_ptr<MainThread> mainThread;
+    std::shared_ptr<Workspace> workspace;
+};
+
+// The services in use. They are never destroyed at exit, so that a thread that outlives the main loop
+// finds them.
+const Platform& current();
+
+// Replaces the services in use. Only while no other thread uses them.
+void install(Platform services);
+
+// The given services for as long as this object lives, then those that were in use before.
+class ScopedPlatform {
+public:
+    explicit ScopedPlatform(Platform services);
+    ~ScopedPlatform();
+    ScopedPlatform(const ScopedPlatform&) = delete;
+    ScopedPlatform& operator=(const ScopedPlatform&) = delete;
+
+private:
+    Platform previous_;
+};
+
+} // namespace platform

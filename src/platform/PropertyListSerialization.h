@@ -1,0 +1,34 @@
+#pragma once
+
+#include "PropertyList.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace platform {
+
+enum class PropertyListFormat { Xml, Binary };
+
+// What the reader accepts; anything beyond counts as damaged.
+constexpr std::size_t kPropertyListMaximumBytes = std::size_t{16} << 20;
+constexpr std::size_t kPropertyListMaximumNodes = 1'000'000;
+constexpr std::size_t kPropertyListMaximumDepth = 512;
+
+// Reads an XML or binary property list. Absent when the bytes are no property list, are damaged (a
+// number, date or base64 text that is none, text that is not UTF-8, a missing root element), or go
+// beyond the limits above. Time and memory are bounded whatever the bytes say. A UTF-8 byte-order mark
+// is passed over. Any thread.
+std::optional<PropertyList> parsePropertyList(std::string_view bytes);
+
+// The list as a file's bytes. A list deeper or larger than the reader's limits throws `Exception`
+// ("NSInvalidArgumentException"), so that nothing is written that could not be read back. XML keeps
+// dates to the second, binary keeps their fractions.
+std::string serializePropertyList(const PropertyList& list, PropertyListFormat format);
+
+// The dictionary in the file at `path`. Absent when the file is missing, unreadable, no regular file,
+// larger than the limit, damaged, or holds something else than a dictionary.
+std::optional<PropertyList::Dictionary> dictionaryWithContentsOfFile(const std::string& path);
+
+} // namespace platform

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace platform {
+
+// Text is UTF-8. Bytes that are not UTF-8 count as one replacement character each and never fail.
+// No function here depends on the locale. Any thread.
+
+bool isValidUtf8(std::string_view text);
+
+// Bytes of the character at the start; 0 when the text is empty or starts with bytes that are no UTF-8.
+std::size_t lengthOfFirstCharacter(std::string_view text);
+
+// Full Unicode lower case.
+std::string lowercase(std::string_view text);
+
+// The same key for two texts exactly when they are canonical caseless matches (Unicode, D145). Keys
+// compare byte by byte, which is code-point order of the folded texts.
+std::string caseInsensitiveKey(std::string_view text);
+
+// The text with full Unicode case folding. Folders are listed by the folded names, ties by the names.
+std::string caseFolded(std::string_view text);
+
+// Length in UTF-16 code units.
+std::size_t utf16Length(std::string_view text);
+
+// The text without white space and line breaks (general category Z, U+0009 to U+000D, U+0085) at both
+// ends. A view into `text`.
+std::string_view trimmed(std::string_view text);
+
+} // namespace platform

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <sys/types.h>
+
+namespace platform {
+
+// Who runs the process and who sits at the machine. Nothing is cached. Any thread.
+class Users {
+public:
+    virtual ~Users() = default;
+
+    virtual uid_t realUserID() = 0;
+
+    // The process user's login name; empty when the user database does not know it.
+    virtual std::string loginName() = 0;
+
+    // The process user's home: HOME when it is absolute, else the user database; absent when neither
+    // has one.
+    virtual std::optional<std::string> homeDirectory() = 0;
+    virtual std::optional<std::string> homeDirectoryForUser(const std::string& name) = 0;
+
+    // The login name at the console; "loginwindow" while the greeter is shown; absent when nobody is
+    // known to be there. Takes at most two seconds.
+    virtual std::optional<std::string> consoleUser() = 0;
+};
+
+} // namespace platform

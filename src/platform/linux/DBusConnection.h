@@ -1,0 +1,44 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <systemd/sd-bus.h>
+
+namespace platform {
+
+struct DBusMessageReleaser {
+    void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
+};
+using DBusMessage = std::unique_ptr<sd_bus_message, DBusMessageReleaser>;
+
+// A private connection to a bus, in which everything together takes no longer than its time limit:
+// connecting, greeting and every call. Used by one thread.
+class DBusConnection {
+public:
+    enum class Bus { System, Session };
+
+    DBusConnection(Bus bus, std::chrono::milliseconds limit);
+
+    // False when there is no bus, or none that answered in time.
+    bool isConnected() const { return bus_ != nullptr; }
+
+    // A call to be filled in and sent; null when out of memory.
+    DBusMessage methodCall(const char* destination, const char* path, const char* interface,
+                           const char* member);
+
+    // The answer; null for an error or when the time is up.
+    DBusMessage send(const DBusMessage& call);
+
+private:
+    struct Closer {
+        void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
+    };
+
+    std::uint64_t remaining() const; // microseconds
+
+    std::chrono::steady_clock::time_point deadline_;
+    std::unique_ptr<sd_bus, Closer> bus_;
+};
+
+} // namespace platform

@@ -1,0 +1,71 @@
+#include "FileBrowser.h"
+
+#include "DBusConnection.h"
+
+#include <array>
+#include <fcntl.h>
+#include <spawn.h>
+#include <string_view>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace platform {
+
+namespace {
+
+constexpr std::chrono::seconds kPatience{10}; // the bus may have to start the file manager first
+
+bool showItems(const std::string& path) {
+    DBusConnection bus(DBusConnection::Bus::Session, kPatience);
+    if (!bus.isConnected()) {
+        return false;
+    }
+    auto call = bus.methodCall("org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
+                               "org.freedesktop.FileManager1", "ShowItems");
+    return call && sd_bus_message_append(call.get(), "ass", 1, fileAddress(path).c_str(), "") >= 0 &&
+           bus.send(call);
+}
+
+void openWithDefaultHandler(const std::string& path) {
+    std::string program = "xdg-open";
+    std::string argument = fileAddress(path);
+    std::array<char*, 3> arguments{program.data(), argument.data(), nullptr};
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    for (int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        posix_spawn_file_actions_addopen(&actions, stream, "/dev/null", O_RDWR, 0);
+    }
+    pid_t child = 0;
+    if (posix_spawnp(&child, program.c_str(), &actions, nullptr, arguments.data(), environ) == 0) {
+        waitpid(child, nullptr, 0);
+    }
+    posix_spawn_file_actions_destroy(&actions);
+}
+
+} // namespace
+
+std::string fileAddress(const std::string& path) {
+    static constexpr std::string_view kPlain =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/";
+    static constexpr std::string_view kDigits = "0123456789ABCDEF";
+    std::string address = "file://";
+    for (char character : path) {
+        if (kPlain.find(character) != std::string_view::npos) {
+            address += character;
+        } else {
+            auto byte = static_cast<unsigned char>(character);
+            address += '%';
+            address += kDigits[byte >> 4];
+            address += kDigits[byte & 0x0F];
+        }
+    }
+    return address;
+}
+
+void showInFileBrowser(const std::string& path, const std::string& rootPath) {
+    if (!showItems(path)) {
+        openWithDefaultHandler(rootPath);
+    }
+}
+
+} // namespace platform

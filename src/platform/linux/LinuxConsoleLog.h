@@ -1,0 +1,21 @@
+#pragma once
+
+#include "ConsoleLog.h"
+
+#include <string>
+
+namespace platform {
+
+// Standard error and syslog.
+class LinuxConsoleLog : public ConsoleLog {
+public:
+    // `name` stands before the process id in every line.
+    explicit LinuxConsoleLog(std::string name);
+
+    void log(std::string_view text) override;
+
+private:
+    std::string name_; // syslog keeps a pointer to it
+};
+
+} // namespace platform

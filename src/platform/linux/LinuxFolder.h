@@ -1,0 +1,35 @@
+#pragma once
+
+#include "FileDescriptor.h"
+#include "FileManager.h"
+
+namespace platform {
+
+class LinuxFolder : public Folder {
+public:
+    // The top of a walk.
+    explicit LinuxFolder(std::string path);
+
+    const std::string& path() const override { return path_; }
+    std::vector<DirectoryEntry> entries(Listing listing, std::error_code& error) override;
+    bool isFolder(const DirectoryEntry& entry) override;
+    std::unique_ptr<Folder> subfolder(const DirectoryEntry& entry) override;
+    FileContents contents(std::string_view relativePath, std::size_t limit) override;
+    void suspend() override { descriptor_.reset(); }
+
+private:
+    LinuxFolder(std::string path, FileDescriptor descriptor, bool crossesLinks);
+
+    std::string join(std::string_view name) const;
+    bool resume(); // false with errno set when the folder cannot be opened
+
+    std::string path_;
+    FileDescriptor descriptor_;
+    int openError_ = 0; // why the descriptor could not be had when the folder was made
+
+    // Whether the path crosses links. Then the kernel has to see the whole path wherever another link
+    // may follow, since it counts them per path.
+    bool crossesLinks_ = false;
+};
+
+} // namespace platform

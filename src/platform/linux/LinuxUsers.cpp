@@ -1,0 +1,92 @@
+#include "LinuxUsers.h"
+
+#include "LoginSeat.h"
+
+#include <array>
+#include <charconv>
+#include <cstdlib>
+#include <pwd.h>
+#include <string_view>
+#include <unistd.h>
+#include <vector>
+
+namespace platform {
+
+namespace {
+
+struct Account {
+    std::string name;
+    std::string home;
+};
+
+// `look` is getpwuid_r or getpwnam_r with its key bound.
+template <typename Look>
+std::optional<Account> account(Look look) {
+    std::vector<char> buffer(1024);
+    passwd entry{};
+    passwd* found = nullptr;
+    while (look(&entry, buffer.data(), buffer.size(), &found) == ERANGE &&
+           buffer.size() < (std::size_t{1} << 20)) {
+        buffer.resize(buffer.size() * 2);
+    }
+    return found ? std::optional(Account{entry.pw_name, entry.pw_dir}) : std::nullopt;
+}
+
+std::optional<Account> accountOf(uid_t user) {
+    return account([user](auto... rest) { return ::getpwuid_r(user, rest...); });
+}
+
+std::optional<std::string> invokingUser() {
+    for (const char* variable : {"PKEXEC_UID", "SUDO_UID"}) {
+        const char* value = std::getenv(variable);
+        std::string_view text = value ? value : "";
+        uid_t user = 0;
+        auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), user);
+        if (error != std::errc() || end != text.data() + text.size() || user == 0) {
+            continue;
+        }
+        if (auto found = accountOf(user)) {
+            return found->name;
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+uid_t LinuxUsers::realUserID() {
+    return ::getuid();
+}
+
+std::string LinuxUsers::loginName() {
+    auto found = accountOf(::getuid());
+    return found ? found->name : std::string();
+}
+
+std::optional<std::string> LinuxUsers::homeDirectory() {
+    const char* home = std::getenv("HOME");
+    if (home && home[0] == '/') {
+        std::string path = home;
+        while (path.size() > 1 && path.back() == '/') {
+            path.pop_back();
+        }
+        return path;
+    }
+    auto found = accountOf(::getuid());
+    return found ? std::optional(found->home) : std::nullopt;
+}
+
+std::optional<std::string> LinuxUsers::homeDirectoryForUser(const std::string& name) {
+    auto found = account([&name](auto... rest) { return ::getpwnam_r(name.c_str(), rest...); });
+    return found ? std::optional(found->home) : std::nullopt;
+}
+
+std::optional<std::string> LinuxUsers::consoleUser() {
+    auto seat = activeSessionOfSeat0();
+    if (!seat.reached) {
+        return ::getuid() == 0 ? invokingUser() : std::nullopt;
+    }
+    return seat.userName;
+}
+
+} // namespace platform

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "Users.h"
+
+namespace platform {
+
+// The user database, and logind for the console: the active user of seat0. Where logind is not to be
+// reached, the user who started a root process through pkexec or sudo stands in.
+class LinuxUsers : public Users {
+public:
+    uid_t realUserID() override;
+    std::string loginName() override;
+    std::optional<std::string> homeDirectory() override;
+    std::optional<std::string> homeDirectoryForUser(const std::string& name) override;
+    std::optional<std::string> consoleUser() override;
+};
+
+} // namespace platform

@@ -1,0 +1,130 @@
+#include "ProcessInfo.h"
+
+#include "Platform.h"
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <sys/random.h>
+#include <sys/stat.h>
+#include <sys/utsname.h>
+#include <unistd.h>
+
+namespace platform {
+
+namespace {
+
+constexpr std::size_t kReleaseFileLimit = std::size_t{64} << 10;
+
+// The value of PRETTY_NAME in os-release(5); the quotes are the shell's.
+std::string prettyName() {
+    for (const char* path : {"/etc/os-release", "/usr/lib/os-release"}) {
+        auto text = current().fileManager->contents(path, kReleaseFileLimit).bytes;
+        if (!text) {
+            continue;
+        }
+        static constexpr std::string_view kKey = "\nPRETTY_NAME=";
+        text->insert(0, 1, '\n');
+        auto start = text->find(kKey);
+        if (start == std::string::npos) {
+            continue;
+        }
+        auto value = text->substr(start + kKey.size());
+        value.resize(std::min(value.find('\n'), value.size()));
+        if (value.size() >= 2 && (value.front() == '"' || value.front() == '\'') &&
+            value.back() == value.front()) {
+            value = value.substr(1, value.size() - 2);
+        }
+        return value;
+    }
+    return "Linux";
+}
+
+bool isPrivateFolder(const std::string& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == ::geteuid() &&
+           (status.st_mode & 07777) == 0700;
+}
+
+std::string environmentFolder(const char* name) {
+    const char* value = std::getenv(name);
+    std::string path = value && value[0] == '/' ? value : "";
+    while (path.size() > 1 && path.back() == '/') {
+        path.pop_back();
+    }
+    return path;
+}
+
+} // namespace
+
+std::string operatingSystemVersionString() {
+    utsname system{};
+    ::uname(&system);
+    return prettyName() + " " + system.release;
+}
+
+int processorCount() {
+    return static_cast<int>(::sysconf(_SC_NPROCESSORS_ONLN));
+}
+
+std::uint64_t physicalMemory() {
+    return static_cast<std::uint64_t>(::sysconf(_SC_PHYS_PAGES)) *
+           static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+}
+
+std::string globallyUniqueString() {
+    std::array<unsigned char, 16> bytes{};
+    std::size_t filled = 0;
+    while (filled < bytes.size()) {
+        auto count = ::getrandom(bytes.data() + filled, bytes.size() - filled, 0);
+        filled += count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+    // RFC 4122, version 4
+    bytes[6] = static_cast<unsigned char>((bytes[6] & 0x0F) | 0x40);
+    bytes[8] = static_cast<unsigned char>((bytes[8] & 0x3F) | 0x80);
+    std::string text;
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        if (i == 4 || i == 6 || i == 8 || i == 10) {
+            text += '-';
+        }
+        static constexpr std::string_view kDigits = "0123456789ABCDEF";
+        text += kDigits[bytes[i] >> 4];
+        text += kDigits[bytes[i] & 0x0F];
+    }
+    return text;
+}
+
+std::optional<std::string> temporaryDirectory() {
+    for (const char* name : {"TMPDIR", "XDG_RUNTIME_DIR"}) {
+        if (auto path = environmentFolder(name); !path.empty() && isPrivateFolder(path)) {
+            return path;
+        }
+    }
+    // Somebody else may have taken the name in /tmp; the cache folder is the user's own.
+    auto own = "/tmp/com.vantorel." + std::to_string(::geteuid());
+    auto caches = userCacheDirectory();
+    for (const auto& path :
+         {std::optional(own), caches ? std::optional(*caches + "/com.vantorel") : caches}) {
+        if (path) {
+            ::mkdir(path->c_str(), 0700);
+            if (isPrivateFolder(*path)) {
+                return path;
+            }
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> userCacheDirectory() {
+    auto& files = *current().fileManager;
+    if (auto path = environmentFolder("XDG_CACHE_HOME"); !path.empty() && files.isDirectory(path)) {
+        return path;
+    }
+    auto home = current().users->homeDirectory();
+    if (home && files.isDirectory(*home + "/.cache")) {
+        return *home + "/.cache";
+    }
+    return std::nullopt;
+}
+
+} // namespace platform

@@ -1,0 +1,112 @@
+#pragma once
+
+#include "FileManager.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <functional>
+#include <limits>
+#include <mutex>
+#include <utility>
+
+// Passes everything on to another file manager, and fails where the test says so. Set the functions
+// before other threads use it; one that is empty lets its operation through.
+class FailingFileManager : public platform::FileManager {
+public:
+    using Failure = std::function<std::error_code(const std::string& path)>;
+
+    explicit FailingFileManager(std::shared_ptr<platform::FileManager> next) : next_(std::move(next)) {}
+
+    Failure createDirectoryFailure;
+    Failure removeItemFailure;
+    Failure moveItemFailure; // is asked with the old path
+    Failure writeAtomicallyFailure;
+    Failure openForWritingFailure;
+
+    // Runs on the writing thread before every write through a handle; may throw in its place.
+    std::function<void(std::string_view bytes)> beforeWrite;
+
+    // How many bytes the handles may still write until the disk is full.
+    void setFreeBytes(std::size_t bytes) {
+        std::lock_guard lock(space_->mutex);
+        space_->bytes = bytes;
+    }
+
+    bool fileExists(const std::string& path) override { return next_->fileExists(path); }
+    bool isDirectory(const std::string& path) override { return next_->isDirectory(path); }
+    std::optional<std::string> destinationOfSymbolicLink(const std::string& path) override {
+        return next_->destinationOfSymbolicLink(path);
+    }
+    std::unique_ptr<platform::Folder> openFolder(const std::string& path) override {
+        return next_->openFolder(path);
+    }
+    platform::FileContents contents(const std::string& path, std::size_t limit) override {
+        return next_->contents(path, limit);
+    }
+    std::error_code createDirectory(const std::string& path) override {
+        auto error = failure(createDirectoryFailure, path);
+        return error ? error : next_->createDirectory(path);
+    }
+    std::error_code removeItem(const std::string& path) override {
+        auto error = failure(removeItemFailure, path);
+        return error ? error : next_->removeItem(path);
+    }
+    std::error_code moveItem(const std::string& from, const std::string& to) override {
+        auto error = failure(moveItemFailure, from);
+        return error ? error : next_->moveItem(from, to);
+    }
+    std::error_code writeAtomically(const std::string& path, std::string_view bytes) override {
+        auto error = failure(writeAtomicallyFailure, path);
+        return error ? error : next_->writeAtomically(path, bytes);
+    }
+    std::unique_ptr<platform::FileHandle> openForWriting(const std::string& path) override {
+        auto handle = failure(openForWritingFailure, path) ? nullptr : next_->openForWriting(path);
+        if (!handle) {
+            return nullptr;
+        }
+        return std::make_unique<Handle>(std::move(handle), beforeWrite, space_);
+    }
+
+private:
+    struct Space {
+        std::mutex mutex;
+        std::size_t bytes = std::numeric_limits<std::size_t>::max();
+    };
+
+    class Handle : public platform::FileHandle {
+    public:
+        Handle(std::unique_ptr<platform::FileHandle> next, std::function<void(std::string_view)> beforeWrite,
+               std::shared_ptr<Space> space)
+            : next_(std::move(next)), beforeWrite_(std::move(beforeWrite)), space_(std::move(space)) {}
+
+        void write(std::string_view bytes) override {
+            if (beforeWrite_) {
+                beforeWrite_(bytes);
+            }
+            std::size_t length = 0;
+            {
+                std::lock_guard lock(space_->mutex);
+                length = std::min(bytes.size(), space_->bytes);
+                space_->bytes -= length;
+            }
+            next_->write(bytes.substr(0, length));
+            if (length < bytes.size()) {
+                throw platform::FileHandleException(
+                    std::error_code(ENOSPC, std::generic_category()).message(), length);
+            }
+        }
+        void seekToEnd() override { next_->seekToEnd(); }
+
+    private:
+        std::unique_ptr<platform::FileHandle> next_;
+        std::function<void(std::string_view)> beforeWrite_;
+        std::shared_ptr<Space> space_;
+    };
+
+    static std::error_code failure(const Failure& function, const std::string& path) {
+        return function ? function(path) : std::error_code();
+    }
+
+    std::shared_ptr<platform::FileManager> next_;
+    std::shared_ptr<Space> space_ = std::make_shared<Space>();
+};

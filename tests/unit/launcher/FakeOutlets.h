@@ -1,0 +1,110 @@
+#pragma once
+
+#include "Outlets.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+// A panel without a screen. Calls come one at a time (see FakeMainThread).
+
+struct FakeMenuItem : outlet::MenuItem {
+    FakeMenuItem(std::string itemTitle, int itemTag) : text(std::move(itemTitle)), number(itemTag) {}
+
+    std::string title() const override { return text; }
+    int tag() const override { return number; }
+    void setState(bool isOn) override { on = isOn; }
+
+    std::string text;
+    int number;
+    std::atomic<bool> on = false;
+};
+
+struct FakeMenu : outlet::Menu {
+    std::size_t numberOfItems() const override { return items.size(); }
+    outlet::MenuItem& itemAtIndex(std::size_t index) override { return *items.at(index); }
+    outlet::MenuItem* itemWithTitle(const std::string& title) override {
+        for (auto& item : items) {
+            if (item->text == title) {
+                return item.get();
+            }
+        }
+        return nullptr;
+    }
+    outlet::MenuItem& addItem(const std::string& title) override { return add(title, 0); }
+
+    FakeMenuItem& add(const std::string& title, int tag) {
+        return *items.emplace_back(std::make_unique<FakeMenuItem>(title, tag));
+    }
+    std::vector<std::string> titles() const {
+        std::vector<std::string> result;
+        for (const auto& item : items) {
+            result.push_back(item->text);
+        }
+        return result;
+    }
+    std::vector<std::string> checked() const {
+        std::vector<std::string> result;
+        for (const auto& item : items) {
+            if (item->on) {
+                result.push_back(item->text);
+            }
+        }
+        return result;
+    }
+
+    std::vector<std::unique_ptr<FakeMenuItem>> items;
+};
+
+struct FakeTable : outlet::TableView {
+    void reloadData() override { ++reloads; }
+    std::optional<std::size_t> selectedRow() const override { return selected; }
+
+    std::atomic<int> reloads = 0;
+    std::optional<std::size_t> selected;
+};
+
+class FakeSpinner : public outlet::Spinner {
+public:
+    void startAnimation() override { count(started_); }
+    void stopAnimation() override { count(stopped_); }
+
+    int started() const {
+        std::lock_guard lock(mutex_);
+        return started_;
+    }
+    // Returns once the animation has been stopped this often.
+    void waitUntilStopped(int times) {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [&] { return stopped_ >= times; });
+    }
+
+private:
+    void count(int& counter) {
+        std::lock_guard lock(mutex_);
+        ++counter;
+        changed_.notify_all();
+    }
+
+    mutable std::mutex mutex_;
+    std::condition_variable changed_;
+    int started_ = 0;
+    int stopped_ = 0;
+};
+
+struct FakeCell : outlet::TextCell {
+    void setHasShadow(bool value) override { hasShadow = value; }
+    void setSubtitle(const std::optional<std::string>& value) override {
+        subtitleSet = true;
+        subtitle = value;
+    }
+    void setLineCount(int value) override { lineCount = value; }
+
+    std::optional<bool> hasShadow;
+    bool subtitleSet = false;
+    std::optional<std::string> subtitle;
+    std::optional<int> lineCount;
+};

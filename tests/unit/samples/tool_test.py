@@ -1,0 +1,132 @@
+"""The sample tools on a display: every one opens its own window and quits the ways it should.
+
+Runs inside tests/desktop/session. The tools' windows are told apart by their class, which is the bundle
+identifier.
+"""
+
+import json
+import os
+import pathlib
+import plistlib
+import signal
+import subprocess
+import sys
+import time
+import unittest
+
+SUITE = pathlib.Path(sys.argv.pop(1))
+LIMIT = 30  # seconds that anything may take on a busy machine
+
+
+def xdotool(*arguments):
+    return subprocess.run(["xdotool", *arguments], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True,
+                          timeout=LIMIT, check=False).stdout.split()
+
+
+def wait_until(predicate, what):
+    deadline = time.monotonic() + LIMIT
+    while True:
+        value = predicate()
+        if value:
+            return value
+        if time.monotonic() > deadline:
+            raise AssertionError(f"not within {LIMIT} seconds: {what}")
+        time.sleep(0.05)
+
+
+def active_window():
+    return xdotool("getactivewindow")
+
+
+class Running:
+    """A tool with its window in front."""
+
+    def __init__(self, path, *arguments):
+        contents = SUITE / path / "Contents"
+        self.info = plistlib.loads((contents / "Info.plist").read_bytes())
+        self.process = subprocess.Popen(
+            [contents / "MacOS" / self.info["CFBundleExecutable"], *arguments])
+        pattern = "^" + self.info["CFBundleIdentifier"].replace(".", r"\.") + "$"
+        self.window = wait_until(lambda: self.alive() and xdotool("search", "--onlyvisible", "--class", pattern),
+                                 f"a window of {pattern}")
+        wait_until(lambda: active_window() == self.window, f"{pattern} in front")
+
+    def alive(self):
+        status = self.process.poll()
+        if status is not None:
+            raise AssertionError(f"ended with {status}")
+        return True
+
+    def title(self):
+        return " ".join(xdotool("getwindowname", *self.window))
+
+    def status(self):
+        return self.process.wait(LIMIT)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        if self.process.poll() is None:
+            self.process.kill()
+            self.process.wait()
+
+
+class ToolTest(unittest.TestCase):
+    def test_every_tool_opens_and_quits_with_escape(self):
+        samples = pathlib.Path(__file__).resolve().parents[3] / "samples"
+        for tool in json.loads((samples / "expected.json").read_text(encoding="utf-8")):
+            with self.subTest(tool["appPath"]), Running(tool["appPath"]) as running:
+                self.assertEqual(running.title(), tool["title"])
+                xdotool("key", "Escape")
+                self.assertEqual(running.status(), 0)
+
+    def test_control_q_quits(self):
+        with Running("Applications/Kelvandor/Purgel.app") as running:
+            xdotool("key", "ctrl+q")
+            self.assertEqual(running.status(), 0)
+
+    def test_the_button_has_the_focus_and_quits(self):
+        with Running("Applications/Hasplet.app") as running:
+            xdotool("key", "space")
+            self.assertEqual(running.status(), 0)
+
+    def test_closing_the_window_quits(self):
+        with Running("Applications/Lintelby.app") as running:
+            xdotool("key", "alt+F4")  # the window manager asks the window to close
+            self.assertEqual(running.status(), 0)
+
+    def test_a_file_is_taken(self):
+        with Running("Applications/Vantorel/Bug Reporter.app", "/var/log/Launcher.crash") as running:
+            self.assertEqual(running.title(), "Bug Reporter")
+            xdotool("key", "Escape")
+            self.assertEqual(running.status(), 0)
+
+    def test_the_silent_look_for_updates_ends_at_once(self):
+        program = SUITE / "Applications/Vantorel/Vantorel Software Update.app/Contents/MacOS/SoftwareUpdate"
+        result = subprocess.run([program, "-checkpath", "/somewhere/Launcher.app"], timeout=LIMIT, check=False)
+        self.assertEqual(result.returncode, 0)
+
+    def test_a_repair_posts_that_it_is_complete(self):
+        rule = "interface='com.vantorel.DistributedNotification',member='Posted'"
+        with subprocess.Popen(["dbus-monitor", "--session", rule], stdout=subprocess.PIPE, text=True) as monitor:
+            try:
+                monitor.stdout.readline()  # it is on the bus
+                program = SUITE / "Applications/Kelvandor/Purgel.app/Contents/MacOS/Purgel"
+                environment = {name: value for name, value in os.environ.items() if name != "DISPLAY"}
+                result = subprocess.run([program, "-fix"], env=environment, stdout=subprocess.DEVNULL,
+                                        timeout=LIMIT, check=False)
+                self.assertEqual(result.returncode, 0)
+                signal.alarm(LIMIT)
+                for line in monitor.stdout:
+                    if 'string "VTKVDPurgelComplete"' in line:
+                        break
+                else:
+                    self.fail("nothing was posted")
+            finally:
+                signal.alarm(0)
+                monitor.terminate()
+
+
+if __name__ == "__main__":
+    unittest.main()

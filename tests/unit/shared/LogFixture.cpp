@@ -1,0 +1,57 @@
+#include "LogFixture.h"
+
+#include "PropertyListSerialization.h"
+
+#include <cstdio>
+#include <fcntl.h>
+#include <regex>
+#include <sstream>
+#include <unistd.h>
+
+namespace {
+
+platform::Platform with(std::shared_ptr<platform::FileManager> fileManager) {
+    auto services = platform::current();
+    services.fileManager = std::move(fileManager);
+    return services;
+}
+
+} // namespace
+
+LogTest::LogTest()
+    : fileManager_(std::make_shared<FailingFileManager>(platform::current().fileManager)),
+      platform_(with(fileManager_)) {}
+
+std::string LogTest::path(int generation, const std::string& folder) {
+    return folder + "/" + name() + "." + std::to_string(generation) + ".log";
+}
+
+std::vector<std::string> LogTest::entries(const std::string& file) {
+    static const std::regex kDate(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d [+-]\d{4} - )");
+    std::istringstream stream(sandbox::readFile(file));
+    std::vector<std::string> texts;
+    for (std::string line; std::getline(stream, line);) {
+        const auto date = line.substr(0, kDateLength);
+        EXPECT_TRUE(std::regex_match(date, kDate)) << file << ": " << line;
+        texts.push_back(line.substr(date.size()));
+    }
+    return texts;
+}
+
+void LogTest::setPreferences(const platform::PropertyList::Dictionary& values) {
+    sandbox::writeFile(sandbox::home() + "/Library/Preferences/com.vantorel.global.plist",
+                       platform::serializePropertyList(values, platform::PropertyListFormat::Xml));
+}
+
+std::string LogTest::output(const std::function<void()>& work) {
+    const auto file = sandbox::folder() + "/output";
+    std::fflush(stdout);
+    const int saved = ::dup(STDOUT_FILENO);
+    const int captured = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    ::dup2(captured, STDOUT_FILENO);
+    work();
+    ::dup2(saved, STDOUT_FILENO); // what is printed is flushed at once
+    ::close(captured);
+    ::close(saved);
+    return sandbox::readFile(file);
+}

@@ -88,8 +88,10 @@ public:
 };
 
 // The file system. Paths are byte strings, never normalised. Failures are error codes whose message()
-// is the system's text; a clear code means success. What a root process creates below a user's home
-// belongs to that home's owner. Any thread.
+// is the system's text; a clear code means success. Any thread.
+//
+// What a root process creates below a user's home belongs to that home's owner, and whatever it changes
+// there it reaches without following a link.
 class FileManager {
 public:
     virtual ~FileManager() = default;
@@ -106,15 +108,18 @@ public:
 
     virtual FileContents contents(const std::string& path, std::size_t limit) = 0;
 
-    // Makes the folder and whatever parents are missing.
+    // Makes the folder and whatever parents are missing; a folder that is there is fine.
     virtual std::error_code createDirectory(const std::string& path) = 0;
+
+    // A folder with all that is in it; a link itself, never what it leads to.
     virtual std::error_code removeItem(const std::string& path) = 0;
 
-    // Fails when `to` exists, like the first platform's file manager.
+    // Within one file system; a link itself. Fails when `to` exists, like the first platform's file manager.
     virtual std::error_code moveItem(const std::string& from, const std::string& to) = 0;
 
     // Replaces the file as a whole: a temporary file in the same folder, flushed to disk, renamed.
-    // Mode and owner of a file that was there are kept.
+    // Mode and owner of a file that was there are kept, and a link to a file stays: the file it leads to
+    // is replaced. Fails when something else than a file is there.
     virtual std::error_code writeAtomically(const std::string& path, std::string_view bytes) = 0;
 
     // An existing regular file, positioned at its start; null when it cannot be opened.

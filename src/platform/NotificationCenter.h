@@ -2,10 +2,10 @@
 
 #include "PropertyList.h"
 
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace platform {
 
@@ -16,7 +16,8 @@ struct Notification {
 };
 
 // Events inside the process. A post calls every observer of that name, in the order they registered,
-// on the posting thread, before it returns. Any thread; an observer may add, remove and post.
+// on the posting thread, before it returns; what an observer throws ends the post. Any thread; an
+// observer may add, remove and post, and one added during a post is called from the next post on.
 class NotificationCenter {
 public:
     using Handler = std::function<void(const Notification&)>;

@@ -80,6 +80,9 @@ private:
             {
                 std::unique_lock lock(mutex_);
                 added_.wait(lock, [this] { return closed_ || !addedOutside_.empty(); });
+                if (closed_) {
+                    return;
+                }
                 operations.swap(addedOutside_);
             }
             if (!performAll(operations)) {

@@ -1,5 +1,6 @@
 #include "Package.h"
 
+#include "FolderPath.h"
 #include "Text.h"
 
 #include <algorithm>
@@ -8,9 +9,7 @@
 namespace platform {
 
 std::string_view lastPathComponent(std::string_view path) {
-    while (path.size() > 1 && path.back() == '/') {
-        path.remove_suffix(1);
-    }
+    path = withoutTrailingSlashes(path);
     auto slash = path.rfind('/');
     return slash == std::string_view::npos || path.size() == 1 ? path : path.substr(slash + 1);
 }

@@ -8,7 +8,7 @@ namespace platform {
 // character, or when nothing follows it. `path` may be a whole path.
 std::string_view pathExtension(std::string_view path);
 
-// The text after the last slash.
+// The text after the last slash, slashes at the end left aside; "/" for the top folder.
 std::string_view lastPathComponent(std::string_view path);
 
 // Is a folder of this name shown to users as one thing? Decided by its extension alone, whatever its

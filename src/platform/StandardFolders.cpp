@@ -1,10 +1,11 @@
 #include "StandardFolders.h"
 
+#include "FolderPath.h"
 #include "Platform.h"
 
 #include <array>
-#include <cstdlib>
 #include <optional>
+#include <utility>
 
 namespace platform {
 
@@ -35,21 +36,22 @@ bool contains(SearchPathDomain domains, SearchPathDomain domain) {
     return (static_cast<unsigned>(domains) & static_cast<unsigned>(domain)) != 0;
 }
 
-std::optional<std::string> userRoot() {
+// The folder that a domain lies in, as the start of its paths: the top folder is the empty text.
+std::string asStart(std::string folder) {
+    return folder == "/" ? std::string() : std::move(folder);
+}
+
+std::optional<std::string> startOfUserDomain() {
     auto& users = *current().users;
     if (users.realUserID() == 0) {
         return "/var/root";
     }
-    return users.homeDirectory();
+    auto home = users.homeDirectory();
+    return home ? std::optional(asStart(*std::move(home))) : std::nullopt;
 }
 
-std::string machineRoot() {
-    const char* root = std::getenv("VANTOREL_ROOT");
-    std::string path = root ? root : "";
-    while (!path.empty() && path.back() == '/') {
-        path.pop_back();
-    }
-    return path;
+std::string startOfMachineDomains() {
+    return asStart(folderInEnvironment("VANTOREL_ROOT").value_or("/"));
 }
 
 } // namespace
@@ -61,15 +63,15 @@ std::vector<std::string> searchPathForDirectories(SearchPathDirectory directory,
             continue;
         }
         if (contains(domains, SearchPathDomain::User)) {
-            if (auto home = userRoot()) {
+            if (auto home = startOfUserDomain()) {
                 paths.push_back(*home + row.user);
             }
         }
         if (row.local && contains(domains, SearchPathDomain::Local)) {
-            paths.push_back(machineRoot() + row.local);
+            paths.push_back(startOfMachineDomains() + row.local);
         }
         if (row.system && contains(domains, SearchPathDomain::System)) {
-            paths.push_back(machineRoot() + row.system);
+            paths.push_back(startOfMachineDomains() + row.system);
         }
     }
     return paths;

@@ -26,8 +26,8 @@ enum class SearchPathDomain : unsigned {
 
 // The standard folders in the given domains, user first, then local, then system; empty when the
 // domain has no such folder. Absolute paths without a trailing slash; nothing is created or looked up
-// on disk. VANTOREL_ROOT puts the local and system domains below that folder; the user domain is below
-// the process user's home, and below /var/root for real user id 0. Any thread.
+// on disk. VANTOREL_ROOT, when it is absolute, puts the local and system domains below that folder; the
+// user domain is below the process user's home, and below /var/root for real user id 0. Any thread.
 std::vector<std::string> searchPathForDirectories(SearchPathDirectory directory, SearchPathDomain domains);
 
 } // namespace platform

@@ -85,6 +85,13 @@ UChar32 nextCodePoint(std::string_view text, int32_t& offset) {
     return codePoint;
 }
 
+// The code point that ends at `offset`, which moves before it; negative for bytes that are not UTF-8.
+UChar32 previousCodePoint(std::string_view text, int32_t& offset) {
+    UChar32 codePoint = 0;
+    U8_PREV(text.data(), 0, offset, codePoint);
+    return codePoint;
+}
+
 bool isSpace(UChar32 codePoint) {
     if ((codePoint >= 0x09 && codePoint <= 0x0D) || codePoint == 0x85) {
         return true;
@@ -109,6 +116,14 @@ bool isValidUtf8(std::string_view text) {
 std::size_t lengthOfFirstCharacter(std::string_view text) {
     int32_t offset = 0;
     return !text.empty() && nextCodePoint(text, offset) >= 0 ? static_cast<std::size_t>(offset) : 0;
+}
+
+std::size_t lengthOfLastCharacter(std::string_view text) {
+    auto offset = static_cast<int32_t>(text.size());
+    if (offset > 0) {
+        previousCodePoint(text, offset);
+    }
+    return text.size() - static_cast<std::size_t>(offset);
 }
 
 std::string lowercase(std::string_view text) {
@@ -149,9 +164,7 @@ std::string_view trimmed(std::string_view text) {
     text.remove_prefix(static_cast<std::size_t>(start));
     while (!text.empty()) {
         auto last = static_cast<int32_t>(text.size());
-        UChar32 codePoint = 0;
-        U8_PREV(text.data(), 0, last, codePoint);
-        if (!isSpace(codePoint)) {
+        if (!isSpace(previousCodePoint(text, last))) {
             break;
         }
         text.remove_suffix(text.size() - static_cast<std::size_t>(last));

@@ -6,13 +6,17 @@
 
 namespace platform {
 
-// Text is UTF-8. Bytes that are not UTF-8 count as one replacement character each and never fail.
+// Text is UTF-8. Bytes that are not UTF-8 never fail: each broken-off sequence, and each byte that can
+// start none, counts as one replacement character.
 // No function here depends on the locale. Any thread.
 
 bool isValidUtf8(std::string_view text);
 
 // Bytes of the character at the start; 0 when the text is empty or starts with bytes that are no UTF-8.
 std::size_t lengthOfFirstCharacter(std::string_view text);
+
+// Bytes of the character at the end, or of what counts as one there; 0 only when the text is empty.
+std::size_t lengthOfLastCharacter(std::string_view text);
 
 // Full Unicode lower case.
 std::string lowercase(std::string_view text);

@@ -13,11 +13,11 @@ public:
 
     virtual uid_t realUserID() = 0;
 
-    // The process user's login name; empty when the user database does not know it.
-    virtual std::string loginName() = 0;
+    // The process user's login name; absent when the user database does not know it.
+    virtual std::optional<std::string> loginName() = 0;
 
-    // The process user's home: HOME when it is absolute, else the user database; absent when neither
-    // has one.
+    // Homes are absolute, without a trailing slash. The process user's is HOME when that is absolute,
+    // else the user database's; absent when neither has one.
     virtual std::optional<std::string> homeDirectory() = 0;
     virtual std::optional<std::string> homeDirectoryForUser(const std::string& name) = 0;
 

@@ -22,15 +22,11 @@ bool isRoot() {
     return platform::current().users->realUserID() == 0;
 }
 
-// Drops the last UTF-16 code unit. Half a surrogate pair equals no path, and neither does a torn byte
-// sequence.
-void dropLastCharacter(std::string_view& text) {
-    auto isContinuation = [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; };
-    std::size_t length = 1;
-    while (length < text.size() && length < 4 && isContinuation(text[text.size() - length])) {
-        ++length;
-    }
-    text.remove_suffix(length == 4 ? 1 : length);
+// Drops the last UTF-16 code unit. Half a character equals no path, whichever of its bytes are left.
+void dropLastUnit(std::string_view& text) {
+    constexpr std::size_t kBytesOfTwoUnits = 4;
+    auto length = platform::lengthOfLastCharacter(text);
+    text.remove_suffix(length == kBytesOfTwoUnits ? 1 : length);
 }
 
 } // namespace
@@ -133,11 +129,11 @@ VTLocalPaths::Path VTLocalPaths::userDirectory() {
     return users.homeDirectory();
 }
 
-VTLocalPaths::Path VTLocalPaths::username() {
-    return isRoot() ? currentConsoleUser() : Path(platform::current().users->loginName());
+std::optional<std::string> VTLocalPaths::username() {
+    return isRoot() ? currentConsoleUser() : platform::current().users->loginName();
 }
 
-VTLocalPaths::Path VTLocalPaths::currentConsoleUser() {
+std::optional<std::string> VTLocalPaths::currentConsoleUser() {
     auto name = platform::current().users->consoleUser();
     return name == "loginwindow" ? std::nullopt : name;
 }
@@ -178,7 +174,7 @@ bool VTLocalPaths::isPathSystemDirectory(std::string_view path, bool exactMatch)
     }
     if (path.ends_with('/')) {
         path.remove_suffix(1);
-        dropLastCharacter(path);
+        dropLastUnit(path);
     }
     const std::array<Path, 20> protectedPaths{
         applicationDirectory(true),

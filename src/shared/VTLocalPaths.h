@@ -35,13 +35,15 @@ public:
     static Path localDocumentationDirectory();
     static Path trashDirectory();
 
-    // The home of the person served: of the console user for a root process, else of the process user.
-    // A root process with nobody at the console has its own home.
+    // The home and the login name of the person served: of the console user for a root process, else of
+    // the process user. A root process with nobody at the console has its own home and no name.
     static Path userDirectory();
-    static Path username();
-    static Path currentConsoleUser(); // absent at the login screen
+    static std::optional<std::string> username();
 
-    // The user's cache folder of the desktop, outside the Library.
+    // Absent at the login screen. May take two seconds, and so may everything above for a root process.
+    static std::optional<std::string> currentConsoleUser();
+
+    // The process user's cache folder of the desktop, outside the Library.
     static Path darwinCacheDirectory();
 
     static Path tempDirectory();

@@ -22,8 +22,9 @@ PROGRAM = os.environ["LAUNCHER_PROGRAM"]  # .../Launcher.app/Contents/MacOS/Laun
 SAMPLE_SUITE = os.environ["LAUNCHER_SAMPLE_SUITE"]  # a VANTOREL_ROOT with working tools
 FAILURES = os.environ["LAUNCHER_FAILURES"]  # where pictures of failed tests go; made when needed
 
-# One line of the tool table. `subtitle` is the group shown below the title, "" when there is none.
-Row = collections.namedtuple("Row", "title subtitle description")
+# One line of the tool table, as it is read out. The title of a tool that shows its group below it is
+# "title, group".
+Row = collections.namedtuple("Row", "icon title description")
 
 # One item of a menu.
 MenuItem = collections.namedtuple("MenuItem", "title checked")
@@ -174,12 +175,8 @@ class Launcher:
     def rows(self):
         """What the table shows, top to bottom."""
         table = self.table()
-        lines = []
-        for row in range(table.get_n_rows()):
-            title = table.get_accessible_at(row, 1)
-            description = table.get_accessible_at(row, 2)
-            lines.append(Row(title.get_name(), title.get_description(), description.get_name()))
-        return lines
+        return [Row(*(table.get_accessible_at(row, column).get_name() for column in range(3)))
+                for row in range(table.get_n_rows())]
 
     def titles(self):
         return [row.title for row in self.rows()]

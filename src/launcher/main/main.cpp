@@ -69,7 +69,7 @@ int openPanel(int argc, char** argv) {
     bool threadsEnded = false;
     int status = 0;
     {
-        TerminationSignals signals;
+        TerminationSignals terminationSignals;
         MainPanel panel(controller);
         controller->awakeFromNib(panel.outlets());
         panel.show();

@@ -16,7 +16,8 @@ outlet::MenuItem* ActionMenu::itemWithTitle(const std::string& title) {
 }
 
 ActionMenu::Item* ActionMenu::addAction(const std::string& title, int tag, const QKeySequence& shortcut) {
-    auto* action = menu_->addAction(QString::fromStdString(title).replace(u'&', u"&&"));
+    auto* action =
+        menu_->addAction(QString::fromStdString(title).replace(QLatin1String("&"), QLatin1String("&&")));
     action->setCheckable(true);
     action->setShortcut(shortcut);
     items_.push_back(std::make_unique<Item>(title, tag, action));

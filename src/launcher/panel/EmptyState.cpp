@@ -33,7 +33,7 @@ EmptyState::EmptyState(QWidget* parent) : QWidget(parent) {
     auto* icon = new QLabel;
     icon->setPixmap(fadedIcon(window()->windowIcon(), *this));
     icon->setAlignment(Qt::AlignCenter);
-    title_ = panelLabel(InterfaceFont::bold(InterfaceFont::titleSize), DarkPalette::bodyTextColor());
+    title_ = panelLabel(InterfaceFont::bold(InterfaceFont::kTitleSize), DarkPalette::bodyTextColor());
     title_->setAlignment(Qt::AlignCenter);
     hint_ = panelLabel(InterfaceFont::regular(), DarkPalette::secondaryTextColor());
     hint_->setAlignment(Qt::AlignCenter);

@@ -28,6 +28,7 @@ constexpr int kMargin = 18;
 constexpr int kFooterHeight = 32;
 constexpr QSize kFirstSize(780, 560);
 constexpr QSize kSmallestSize(520, 320);
+constexpr std::int64_t kMostPixels = 16'384;    // of a side; whoever stored more was mistaken
 constexpr const char* kPanelSize = "panelSize"; // width and height
 
 // In points, gaps included.
@@ -150,7 +151,7 @@ QWidget* MainPanel::makeHeader() {
     layout->setSpacing(2);
     layout->addWidget(
         panelLabel(InterfaceFont::bold(18), DarkPalette::titleColor(), QStringLiteral("Kelvandor")));
-    layout->addWidget(panelLabel(InterfaceFont::regular(InterfaceFont::secondarySize),
+    layout->addWidget(panelLabel(InterfaceFont::regular(InterfaceFont::kSecondarySize),
                                  DarkPalette::secondaryTextColor(), tr("Tools for editing workstations")));
     return header;
 }
@@ -189,7 +190,7 @@ QWidget* MainPanel::makeCatalogue() {
 }
 
 QWidget* MainPanel::makeFooter() {
-    const auto font = InterfaceFont::regular(InterfaceFont::secondarySize);
+    const auto font = InterfaceFont::regular(InterfaceFont::kSecondarySize);
     count_ = panelLabel(font, DarkPalette::secondaryTextColor());
     count_->setObjectName(QStringLiteral("toolCount"));
     spinner_ = new ::Spinner;
@@ -253,7 +254,6 @@ void MainPanel::restoreSize() {
     if (!sides || sides->size() != 2 || !sides->front().integer() || !sides->back().integer()) {
         return;
     }
-    constexpr std::int64_t kMostPixels = 16'384;
     auto side = [](const platform::PropertyList& value) {
         return static_cast<int>(std::clamp<std::int64_t>(*value.integer(), 0, kMostPixels));
     };

@@ -6,11 +6,14 @@
 
 namespace platform {
 
-// Standard error and syslog.
+// Standard error and syslog. One per process: syslog knows one name.
 class LinuxConsoleLog : public ConsoleLog {
 public:
     // `name` stands before the process id in every line.
     explicit LinuxConsoleLog(std::string name);
+    ~LinuxConsoleLog() override;
+    LinuxConsoleLog(const LinuxConsoleLog&) = delete;
+    LinuxConsoleLog& operator=(const LinuxConsoleLog&) = delete;
 
     void log(std::string_view text) override;
 

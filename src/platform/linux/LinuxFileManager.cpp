@@ -1,13 +1,13 @@
 #include "LinuxFileManager.h"
 
-#include "Exception.h"
 #include "FileReading.h"
+#include "FolderPath.h"
+#include "ItemPlace.h"
 #include "LinuxFolder.h"
-#include "NewItemPlace.h"
+#include "ProcessInfo.h"
 
 #include <climits>
 #include <cstdio>
-#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <sys/stat.h>
@@ -16,23 +16,33 @@ namespace platform {
 
 namespace {
 
+// `written` counts on by the bytes that reached the file, also when not all of them did.
+std::error_code writeAll(int file, std::string_view bytes, std::size_t& written) {
+    while (!bytes.empty()) {
+        ssize_t count = retrying([&] { return ::write(file, bytes.data(), bytes.size()); });
+        if (count < 0) {
+            return lastError();
+        }
+        written += static_cast<std::size_t>(count);
+        bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return {};
+}
+
 class LinuxFileHandle : public FileHandle {
 public:
     explicit LinuxFileHandle(FileDescriptor file) : file_(std::move(file)) {}
 
     void write(std::string_view bytes) override {
-        while (!bytes.empty()) {
-            ssize_t count = retrying([&] { return ::write(file_.get(), bytes.data(), bytes.size()); });
-            if (count < 0) {
-                throw Exception("NSFileHandleOperationException", lastError().message());
-            }
-            bytes.remove_prefix(static_cast<std::size_t>(count));
+        std::size_t written = 0;
+        if (auto error = writeAll(file_.get(), bytes, written)) {
+            throw FileHandleException(error.message(), written);
         }
     }
 
     void seekToEnd() override {
         if (::lseek(file_.get(), 0, SEEK_END) < 0) {
-            throw Exception("NSFileHandleOperationException", lastError().message());
+            throw FileHandleException(lastError().message(), 0);
         }
     }
 
@@ -40,13 +50,50 @@ private:
     FileDescriptor file_;
 };
 
-std::error_code writeAll(int file, std::string_view bytes) {
-    while (!bytes.empty()) {
-        ssize_t count = retrying([&] { return ::write(file, bytes.data(), bytes.size()); });
-        if (count < 0) {
+std::error_code makeFolder(const std::string& path) {
+    ItemPlace place(path, ItemPlace::FinalLink::Kept);
+    if (place.error()) {
+        return place.error();
+    }
+    if (::mkdirat(place.folder(), place.name(), 0777) != 0) {
+        return lastError();
+    }
+    if (auto owner = place.owner()) {
+        FileDescriptor made(
+            ::openat(place.folder(), place.name(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        if (!made || ::fchown(made.get(), owner->user, owner->group) != 0) {
+            auto error = lastError();
+            ::unlinkat(place.folder(), place.name(), AT_REMOVEDIR);
+            return error;
+        }
+    }
+    return {};
+}
+
+// What stands at the place, links not followed; absent when nothing does.
+std::optional<struct stat> present(const ItemPlace& place) {
+    struct stat status {};
+    return ::fstatat(place.folder(), place.name(), &status, AT_SYMLINK_NOFOLLOW) == 0 ? std::optional(status)
+                                                                                      : std::nullopt;
+}
+
+// Gives the new `file` the owner and mode of the one it replaces.
+std::error_code giveAttributes(int file, const ItemPlace& place, const std::optional<struct stat>& replaced) {
+    auto owner = replaced ? ItemPlace::Owner{replaced->st_uid, replaced->st_gid} : place.owner();
+    struct stat made {};
+    if (::fstat(file, &made) != 0) {
+        return lastError();
+    }
+    mode_t modeKept = 07777;
+    if (owner && (owner->user != made.st_uid || owner->group != made.st_gid) &&
+        ::fchown(file, owner->user, owner->group) != 0) {
+        if (::geteuid() == 0) {
             return lastError();
         }
-        bytes.remove_prefix(static_cast<std::size_t>(count));
+        modeKept = 01777; // what runs as its owner must not come to run as another one
+    }
+    if (replaced && ::fchmod(file, replaced->st_mode & modeKept) != 0) {
+        return lastError();
     }
     return {};
 }
@@ -85,84 +132,89 @@ std::error_code LinuxFileManager::createDirectory(const std::string& path) {
     if (isDirectory(path)) {
         return {};
     }
-    auto slash = path.rfind('/');
-    if (slash != std::string::npos && slash > 0) {
-        if (auto error = createDirectory(path.substr(0, slash))) {
-            return error;
+    auto error = makeFolder(path);
+    auto slash = withoutTrailingSlashes(path).rfind('/');
+    if (error == std::errc::no_such_file_or_directory && slash != std::string::npos && slash > 0) {
+        error = createDirectory(path.substr(0, slash));
+        if (!error) {
+            error = makeFolder(path);
         }
     }
-    NewItemPlace place(path);
-    if (place.error()) {
-        return place.error();
-    }
-    if (::mkdirat(place.folder(), place.name(), 0777) != 0) {
-        return errno == EEXIST && isDirectory(path) ? std::error_code() : lastError();
-    }
-    if (place.owner()) {
-        FileDescriptor made(
-            ::openat(place.folder(), place.name(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-        if (!made || ::fchown(made.get(), place.owner()->user, place.owner()->group) != 0) {
-            return lastError();
-        }
-    }
-    return {};
+    // Another thread or program may have been quicker.
+    return error == std::errc::file_exists && isDirectory(path) ? std::error_code() : error;
 }
 
 std::error_code LinuxFileManager::removeItem(const std::string& path) {
-    if (::unlink(path.c_str()) == 0) {
+    ItemPlace place(path, ItemPlace::FinalLink::Kept);
+    if (place.error()) {
+        return place.error();
+    }
+    if (::unlinkat(place.folder(), place.name(), 0) == 0) {
         return {};
     }
     if (errno != EISDIR && errno != EPERM) {
         return lastError();
     }
     std::error_code error;
-    std::filesystem::remove_all(path, error);
+    std::filesystem::remove_all("/proc/self/fd/" + std::to_string(place.folder()) + "/" + place.name(),
+                                error);
     return error;
 }
 
 std::error_code LinuxFileManager::moveItem(const std::string& from, const std::string& to) {
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) {
+    ItemPlace source(from, ItemPlace::FinalLink::Kept);
+    ItemPlace target(to, ItemPlace::FinalLink::Kept);
+    if (source.error() || target.error()) {
+        return source.error() ? source.error() : target.error();
+    }
+    if (::renameat2(source.folder(), source.name(), target.folder(), target.name(), RENAME_NOREPLACE) == 0) {
         return {};
     }
     if (errno != EINVAL && errno != ENOSYS) {
         return lastError();
     }
     // A file system without the flag.
-    struct stat status {};
-    if (::lstat(to.c_str(), &status) == 0) {
-        return {EEXIST, std::generic_category()};
+    if (present(target)) {
+        return std::make_error_code(std::errc::file_exists);
     }
-    return ::rename(from.c_str(), to.c_str()) == 0 ? std::error_code() : lastError();
+    return ::renameat(source.folder(), source.name(), target.folder(), target.name()) == 0 ? std::error_code()
+                                                                                           : lastError();
 }
 
 std::error_code LinuxFileManager::writeAtomically(const std::string& path, std::string_view bytes) {
-    NewItemPlace place(path);
+    ItemPlace place(path, ItemPlace::FinalLink::Followed);
     if (place.error()) {
         return place.error();
     }
-    std::string temporary = "." + std::string(place.name()).substr(0, 200) + ".XXXXXX";
-    FileDescriptor file = place.createTemporary(temporary);
+    auto replaced = present(place);
+    if (replaced && S_ISLNK(replaced->st_mode)) {
+        replaced.reset(); // leads nowhere, or must not be followed: the file takes its place
+    }
+    if (replaced && !S_ISREG(replaced->st_mode)) {
+        return std::make_error_code(S_ISDIR(replaced->st_mode) ? std::errc::is_a_directory
+                                                               : std::errc::file_exists);
+    }
+    const auto temporary = ".vantorel-" + globallyUniqueString();
+    FileDescriptor file(
+        ::openat(place.folder(), temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
     if (!file) {
         return lastError();
     }
     auto finish = [&]() -> std::error_code {
-        if (auto error = place.giveAttributes(file.get())) {
+        if (auto error = giveAttributes(file.get(), place, replaced)) {
             return error;
         }
-        if (auto error = writeAll(file.get(), bytes)) {
+        std::size_t written = 0;
+        if (auto error = writeAll(file.get(), bytes, written)) {
             return error;
         }
         // An empty file has nothing that a crash could lose, and a log starts many of them.
         if (!bytes.empty() && ::fsync(file.get()) != 0) {
             return lastError();
         }
-        if (::renameat(place.folder(), temporary.c_str(), place.folder(), place.name()) != 0) {
-            return lastError();
-        }
-        if (!bytes.empty()) {
-            ::fsync(place.folder()); // best effort: not every file system can
-        }
-        return {};
+        return ::renameat(place.folder(), temporary.c_str(), place.folder(), place.name()) == 0
+                   ? std::error_code()
+                   : lastError();
     };
     auto error = finish();
     if (error) {
@@ -172,8 +224,14 @@ std::error_code LinuxFileManager::writeAtomically(const std::string& path, std::
 }
 
 std::unique_ptr<FileHandle> LinuxFileManager::openForWriting(const std::string& path) {
-    FileDescriptor file(
-        retrying([&] { return ::open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY); }));
+    ItemPlace place(path, ItemPlace::FinalLink::Followed);
+    if (place.error()) {
+        return nullptr;
+    }
+    FileDescriptor file(retrying([&] {
+        return ::openat(place.folder(), place.name(),
+                        O_WRONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY);
+    }));
     struct stat status {};
     if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return nullptr;

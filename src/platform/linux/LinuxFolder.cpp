@@ -23,10 +23,6 @@ bool fits(std::size_t pathLength) {
     return pathLength < PATH_MAX;
 }
 
-FileDescriptor openFolderAt(int folder, const char* path) {
-    return FileDescriptor(retrying([&] { return ::openat(folder, path, kOpenFolder); }));
-}
-
 // A kernel or sandbox without the call leaves the question open, which counts as yes.
 bool mayCrossLinks(const std::string& path) {
     open_how how{};
@@ -84,32 +80,39 @@ void sortByName(std::vector<DirectoryEntry>& entries) {
 } // namespace
 
 LinuxFolder::LinuxFolder(std::string path) : path_(std::move(path)) {
-    if (!resume()) {
-        openError_ = errno;
-    }
+    open(AT_FDCWD, path_.c_str());
     crossesLinks_ = mayCrossLinks(path_);
 }
 
-LinuxFolder::LinuxFolder(std::string path, FileDescriptor descriptor, bool crossesLinks)
-    : path_(std::move(path)), descriptor_(std::move(descriptor)), openError_(descriptor_ ? 0 : errno),
-      crossesLinks_(crossesLinks) {}
+LinuxFolder::LinuxFolder(std::string path, int folder, const char* name, bool crossesLinks)
+    : path_(std::move(path)), crossesLinks_(crossesLinks) {
+    open(folder, name);
+}
 
 std::string LinuxFolder::join(std::string_view name) const {
     std::string path;
+    if (path_.empty()) {
+        return path; // nothing is below the folder without a name
+    }
     path.reserve(path_.size() + 1 + name.size());
     path += path_;
-    if (path.empty() || path.back() != '/') {
+    if (path.back() != '/') {
         path += '/';
     }
     path += name;
     return path;
 }
 
+void LinuxFolder::open(int folder, const char* name) {
+    descriptor_ = FileDescriptor(retrying([&] { return ::openat(folder, name, kOpenFolder); }));
+    if (!descriptor_) {
+        openError_ = lastError();
+    }
+}
+
 bool LinuxFolder::resume() {
-    if (!descriptor_ && openError_ == 0) {
-        descriptor_ = openFolderAt(AT_FDCWD, path_.c_str());
-    } else if (openError_ != 0) {
-        errno = openError_;
+    if (!descriptor_ && !openError_) {
+        open(AT_FDCWD, path_.c_str());
     }
     return static_cast<bool>(descriptor_);
 }
@@ -118,9 +121,10 @@ std::vector<DirectoryEntry> LinuxFolder::entries(Listing listing, std::error_cod
     std::vector<DirectoryEntry> found;
     error.clear();
     if (!resume()) {
-        error = lastError();
+        error = openError_;
         return found;
     }
+    ::lseek(descriptor_.get(), 0, SEEK_SET); // it may have been listed before
     alignas(dirent64) std::array<char, std::size_t{32} << 10> buffer; // NOLINT: filled by the kernel
     for (;;) {
         ssize_t length =
@@ -149,11 +153,8 @@ std::vector<DirectoryEntry> LinuxFolder::entries(Listing listing, std::error_cod
 }
 
 bool LinuxFolder::isFolder(const DirectoryEntry& entry) {
-    if (!fits(path_.size() + 1 + entry.name.size())) {
-        return false;
-    }
     if (entry.kind != EntryKind::Link) {
-        return entry.kind == EntryKind::Folder;
+        return entry.kind == EntryKind::Folder && fits(path_.size() + 1 + entry.name.size());
     }
     struct stat status {};
     return ::stat(join(entry.name).c_str(), &status) == 0 && S_ISDIR(status.st_mode);
@@ -162,18 +163,17 @@ bool LinuxFolder::isFolder(const DirectoryEntry& entry) {
 std::unique_ptr<Folder> LinuxFolder::subfolder(const DirectoryEntry& entry) {
     auto path = join(entry.name);
     bool byLink = entry.kind == EntryKind::Link;
-    auto descriptor = !byLink && resume() ? openFolderAt(descriptor_.get(), entry.name.c_str())
-                                          : openFolderAt(AT_FDCWD, path.c_str());
-    return std::unique_ptr<Folder>(
-        new LinuxFolder(std::move(path), std::move(descriptor), byLink || crossesLinks_));
+    // Step by step where that gives the same answer; a path that is too long the system itself refuses.
+    bool byStep = !byLink && fits(path.size()) && resume();
+    int folder = byStep ? descriptor_.get() : AT_FDCWD;
+    const auto* name = byStep ? entry.name.c_str() : path.c_str();
+    return std::unique_ptr<Folder>(new LinuxFolder(path, folder, name, byLink || crossesLinks_));
 }
 
 FileContents LinuxFolder::contents(std::string_view relativePath, std::size_t limit) {
-    if (!fits(path_.size() + 1 + relativePath.size())) {
-        return {};
-    }
-    if (crossesLinks_ || !resume()) {
-        return readFileAt(AT_FDCWD, join(relativePath).c_str(), limit);
+    auto path = join(relativePath);
+    if (crossesLinks_ || !fits(path.size()) || !resume()) {
+        return readFileAt(AT_FDCWD, path.c_str(), limit);
     }
     return readFileAt(descriptor_.get(), std::string(relativePath).c_str(), limit);
 }

@@ -18,14 +18,16 @@ public:
     void suspend() override { descriptor_.reset(); }
 
 private:
-    LinuxFolder(std::string path, FileDescriptor descriptor, bool crossesLinks);
+    // A sub-folder; `folder` is where `name` is relative to.
+    LinuxFolder(std::string path, int folder, const char* name, bool crossesLinks);
 
     std::string join(std::string_view name) const;
-    bool resume(); // false with errno set when the folder cannot be opened
+    void open(int folder, const char* name);
+    bool resume(); // false when the folder cannot be opened
 
     std::string path_;
     FileDescriptor descriptor_;
-    int openError_ = 0; // why the descriptor could not be had when the folder was made
+    std::error_code openError_; // why the descriptor could not be had
 
     // Whether the path crosses links. Then the kernel has to see the whole path wherever another link
     // may follow, since it counts them per path.

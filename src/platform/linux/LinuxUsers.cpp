@@ -1,8 +1,8 @@
 #include "LinuxUsers.h"
 
+#include "FolderPath.h"
 #include "LoginSeat.h"
 
-#include <array>
 #include <charconv>
 #include <cstdlib>
 #include <pwd.h>
@@ -16,7 +16,7 @@ namespace {
 
 struct Account {
     std::string name;
-    std::string home;
+    std::optional<std::string> home;
 };
 
 // `look` is getpwuid_r or getpwnam_r with its key bound.
@@ -29,7 +29,7 @@ std::optional<Account> account(Look look) {
            buffer.size() < (std::size_t{1} << 20)) {
         buffer.resize(buffer.size() * 2);
     }
-    return found ? std::optional(Account{entry.pw_name, entry.pw_dir}) : std::nullopt;
+    return found ? std::optional(Account{entry.pw_name, folderPath(entry.pw_dir)}) : std::nullopt;
 }
 
 std::optional<Account> accountOf(uid_t user) {
@@ -58,27 +58,23 @@ uid_t LinuxUsers::realUserID() {
     return ::getuid();
 }
 
-std::string LinuxUsers::loginName() {
+std::optional<std::string> LinuxUsers::loginName() {
     auto found = accountOf(::getuid());
-    return found ? found->name : std::string();
+    return found ? std::optional(found->name) : std::nullopt;
 }
 
 std::optional<std::string> LinuxUsers::homeDirectory() {
-    const char* home = std::getenv("HOME");
-    if (home && home[0] == '/') {
-        std::string path = home;
-        while (path.size() > 1 && path.back() == '/') {
-            path.pop_back();
-        }
-        return path;
+    auto home = folderInEnvironment("HOME");
+    if (!home) {
+        auto found = accountOf(::getuid());
+        home = found ? found->home : std::nullopt;
     }
-    auto found = accountOf(::getuid());
-    return found ? std::optional(found->home) : std::nullopt;
+    return home;
 }
 
 std::optional<std::string> LinuxUsers::homeDirectoryForUser(const std::string& name) {
     auto found = account([&name](auto... rest) { return ::getpwnam_r(name.c_str(), rest...); });
-    return found ? std::optional(found->home) : std::nullopt;
+    return found ? found->home : std::nullopt;
 }
 
 std::optional<std::string> LinuxUsers::consoleUser() {

@@ -9,7 +9,7 @@ namespace platform {
 class LinuxUsers : public Users {
 public:
     uid_t realUserID() override;
-    std::string loginName() override;
+    std::optional<std::string> loginName() override;
     std::optional<std::string> homeDirectory() override;
     std::optional<std::string> homeDirectoryForUser(const std::string& name) override;
     std::optional<std::string> consoleUser() override;

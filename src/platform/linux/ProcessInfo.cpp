@@ -1,11 +1,12 @@
 #include "ProcessInfo.h"
 
+#include "FolderPath.h"
 #include "Platform.h"
 
+#include <algorithm>
 #include <array>
-#include <cstdio>
 #include <cstdlib>
-#include <sys/random.h>
+#include <string_view>
 #include <sys/stat.h>
 #include <sys/utsname.h>
 #include <unistd.h>
@@ -46,13 +47,9 @@ bool isPrivateFolder(const std::string& path) {
            (status.st_mode & 07777) == 0700;
 }
 
-std::string environmentFolder(const char* name) {
-    const char* value = std::getenv(name);
-    std::string path = value && value[0] == '/' ? value : "";
-    while (path.size() > 1 && path.back() == '/') {
-        path.pop_back();
-    }
-    return path;
+bool makePrivateFolder(const std::string& path) {
+    ::mkdir(path.c_str(), 0700);
+    return isPrivateFolder(path);
 }
 
 } // namespace
@@ -74,11 +71,7 @@ std::uint64_t physicalMemory() {
 
 std::string globallyUniqueString() {
     std::array<unsigned char, 16> bytes{};
-    std::size_t filled = 0;
-    while (filled < bytes.size()) {
-        auto count = ::getrandom(bytes.data() + filled, bytes.size() - filled, 0);
-        filled += count > 0 ? static_cast<std::size_t>(count) : 0;
-    }
+    ::arc4random_buf(bytes.data(), bytes.size());
     // RFC 4122, version 4
     bytes[6] = static_cast<unsigned char>((bytes[6] & 0x0F) | 0x40);
     bytes[8] = static_cast<unsigned char>((bytes[8] & 0x3F) | 0x80);
@@ -95,36 +88,28 @@ std::string globallyUniqueString() {
 }
 
 std::optional<std::string> temporaryDirectory() {
-    for (const char* name : {"TMPDIR", "XDG_RUNTIME_DIR"}) {
-        if (auto path = environmentFolder(name); !path.empty() && isPrivateFolder(path)) {
+    for (const char* variable : {"TMPDIR", "XDG_RUNTIME_DIR"}) {
+        if (auto path = folderInEnvironment(variable); path && isPrivateFolder(*path)) {
             return path;
         }
     }
-    // Somebody else may have taken the name in /tmp; the cache folder is the user's own.
-    auto own = "/tmp/com.vantorel." + std::to_string(::geteuid());
-    auto caches = userCacheDirectory();
-    for (const auto& path :
-         {std::optional(own), caches ? std::optional(*caches + "/com.vantorel") : caches}) {
-        if (path) {
-            ::mkdir(path->c_str(), 0700);
-            if (isPrivateFolder(*path)) {
-                return path;
-            }
-        }
+    if (auto own = "/tmp/com.vantorel." + std::to_string(::geteuid()); makePrivateFolder(own)) {
+        return own;
+    }
+    // Somebody else has taken the name in /tmp; the cache folder is the user's own.
+    if (auto caches = userCacheDirectory(); caches && makePrivateFolder(*caches += "/com.vantorel")) {
+        return caches;
     }
     return std::nullopt;
 }
 
 std::optional<std::string> userCacheDirectory() {
-    auto& files = *current().fileManager;
-    if (auto path = environmentFolder("XDG_CACHE_HOME"); !path.empty() && files.isDirectory(path)) {
-        return path;
+    auto path = folderInEnvironment("XDG_CACHE_HOME");
+    if (!path) {
+        auto home = current().users->homeDirectory();
+        path = home ? std::optional(*home + "/.cache") : std::nullopt;
     }
-    auto home = current().users->homeDirectory();
-    if (home && files.isDirectory(*home + "/.cache")) {
-        return *home + "/.cache";
-    }
-    return std::nullopt;
+    return path && current().fileManager->isDirectory(*path) ? path : std::nullopt;
 }
 
 } // namespace platform

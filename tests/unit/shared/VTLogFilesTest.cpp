@@ -218,14 +218,25 @@ TEST_F(VTLogFiles, AreAppendedToWhenNoneWasBegun) {
     EXPECT_NE(log().fileHandle(), nullptr);
 }
 
-class VTLogSwitch : public LogTest, public testing::WithParamInterface<platform::PropertyList> {};
+namespace {
 
-class VTLogSwitchOff : public VTLogSwitch {};
-class VTLogSwitchOn : public VTLogSwitch {};
+struct SwitchValue {
+    const char* label;
+    platform::PropertyList value;
+};
+
+std::ostream& operator<<(std::ostream& stream, const SwitchValue& value) {
+    return stream << value.label;
+}
+
+} // namespace
+
+class VTLogSwitchOff : public LogTest, public testing::WithParamInterface<SwitchValue> {};
+class VTLogSwitchOn : public LogTest, public testing::WithParamInterface<SwitchValue> {};
 
 TEST_P(VTLogSwitchOff, DisablesTheFileForGood) {
     sandbox::writeFile(path(1), "was 1");
-    setPreferences({{"disable-logging", GetParam()}, {"other", "kept"}});
+    setPreferences({{"disable-logging", GetParam().value}, {"other", "kept"}});
     EXPECT_EQ(output([] { VTLog::createNewLog(); }), "Logging is disabled\n");
     EXPECT_TRUE(log().loggingDisabled());
     EXPECT_EQ(log().fileHandle(), nullptr);
@@ -242,17 +253,25 @@ TEST_P(VTLogSwitchOff, DisablesTheFileForGood) {
 }
 
 TEST_P(VTLogSwitchOn, LeavesTheFileOn) {
-    setPreferences({{"disable-logging", GetParam()}});
+    setPreferences({{"disable-logging", GetParam().value}});
     EXPECT_EQ(output([] { VTLog::createNewLog(); }), "");
     EXPECT_FALSE(log().loggingDisabled());
     EXPECT_NE(log().fileHandle(), nullptr);
 }
 
-INSTANTIATE_TEST_SUITE_P(Values, VTLogSwitchOff, testing::Values("1", true, 1, 1.0));
+INSTANTIATE_TEST_SUITE_P(Values, VTLogSwitchOff,
+                         testing::Values(SwitchValue{"text_1", "1"}, SwitchValue{"true", true},
+                                         SwitchValue{"integer_1", 1}, SwitchValue{"real_1", 1.0}));
 INSTANTIATE_TEST_SUITE_P(Values, VTLogSwitchOn,
-                         testing::Values("0", "yes", "true", " 1", "1.0", "", 2, 0, -1, 1.5, false,
-                                         platform::PropertyList::Data{"1"},
-                                         platform::PropertyList::Array{"1"}));
+                         testing::Values(SwitchValue{"text_0", "0"}, SwitchValue{"text_yes", "yes"},
+                                         SwitchValue{"text_true", "true"},
+                                         SwitchValue{"text_1_behind_a_space", " 1"},
+                                         SwitchValue{"text_1_0", "1.0"}, SwitchValue{"no_text", ""},
+                                         SwitchValue{"integer_2", 2}, SwitchValue{"integer_0", 0},
+                                         SwitchValue{"integer_minus_1", -1}, SwitchValue{"real_1_5", 1.5},
+                                         SwitchValue{"false", false},
+                                         SwitchValue{"data", platform::PropertyList::Data{"1"}},
+                                         SwitchValue{"array", platform::PropertyList::Array{"1"}}));
 
 TEST_F(VTLogFiles, AreOnWithoutUsablePreferences) {
     sandbox::writeFile(sandbox::home() + "/Library/Preferences/com.vantorel.global.plist", "no list");

@@ -135,11 +135,10 @@ TEST_F(VTLogLifecycle, PutsTheReasonOfAnUncaughtExceptionOnDisk) {
 }
 
 TEST_F(VTLogLifecycle, KnowsStandardAndForeignUncaughtExceptions) {
-    makeCurrentFile();
     std::string printed;
     EXPECT_EQ(WTERMSIG(inChild(
                   [] {
-                      VTLog::sharedController();
+                      makeCurrentFile();
                       throwUncaught(std::runtime_error("a standard one"));
                   },
                   printed)),
@@ -155,12 +154,11 @@ TEST_F(VTLogLifecycle, KnowsStandardAndForeignUncaughtExceptions) {
 }
 
 TEST_F(VTLogLifecycle, HandsAnUncaughtExceptionOnToTheHandlerBefore) {
-    makeCurrentFile();
     std::string printed;
     const int status = inChild(
         [] {
             std::set_terminate([] { ::_exit(7); });
-            VTLog::sharedController();
+            makeCurrentFile();
             throwUncaught(std::runtime_error("reason"));
         },
         printed);
@@ -169,10 +167,10 @@ TEST_F(VTLogLifecycle, HandsAnUncaughtExceptionOnToTheHandlerBefore) {
 }
 
 TEST_F(VTLogLifecycle, WritesWhatWaitsWhenTheProcessEndsWithoutAnException) {
-    makeCurrentFile();
     std::string printed;
     const int status = inChild(
         [] {
+            makeCurrentFile();
             for (int i = 0; i < 500; ++i) {
                 VTLog::fastAppendLog("entry %d", i);
             }

@@ -93,6 +93,20 @@ TEST_F(TableTest, TheBandSpansTheWholeRowAlsoBesideAndBetweenTheColumns) {
     EXPECT_EQ(table_.rectOfRow(0).width(), 950);
 }
 
+TEST_F(TableTest, InARightToLeftTableARowSpansItsCellsToo) {
+    table_.setLayoutDirection(Qt::RightToLeft);
+    for (int columnWidth : {60, 400}) {
+        table_.setColumnWidth(0, columnWidth);
+        table_.setColumnWidth(1, columnWidth);
+        offscreen::settle();
+        table_.horizontalScrollBar()->setValue(table_.horizontalScrollBar()->maximum() / 2);
+        const QRect cells = table_.visualRect(model_.index(1, 0)) | table_.visualRect(model_.index(1, 1));
+        const QRect row = table_.rectOfRow(1);
+        EXPECT_EQ(row.right(), cells.right()) << columnWidth;
+        EXPECT_EQ(row.left(), std::min(0, cells.left())) << columnWidth;
+    }
+}
+
 TEST_F(TableTest, ASelectedEvenRowShowsTheSelectionInsteadOfTheBand) {
     select(2);
     const QImage image = picture();

@@ -1,0 +1,42 @@
+#include "Exception.h"
+#include "PropertyListSerialization.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+
+using namespace platform;
+
+namespace {
+
+void require(bool condition, const char* what) {
+    if (!condition) {
+        std::fprintf(stderr, "%s\n", what);
+        std::abort();
+    }
+}
+
+// What can be written can be read back, and is written the same again.
+void expectStableRoundTrip(const PropertyList& list, PropertyListFormat format) {
+    std::string bytes;
+    try {
+        bytes = serializePropertyList(list, format);
+    } catch (const Exception& exception) {
+        require(exception.name() == "NSInvalidArgumentException", "an exception of another name");
+        return;
+    }
+    auto again = parsePropertyList(bytes);
+    require(again.has_value(), "what was written cannot be read");
+    require(serializePropertyList(*again, format) == bytes, "what was written reads as something else");
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    auto list = parsePropertyList({reinterpret_cast<const char*>(data), size});
+    if (list) {
+        expectStableRoundTrip(*list, PropertyListFormat::Xml);
+        expectStableRoundTrip(*list, PropertyListFormat::Binary);
+    }
+    return 0;
+}

@@ -1,0 +1,160 @@
+"""The panel on the sample suite, as a user meets it."""
+
+import json
+import os
+import pathlib
+import signal
+import tempfile
+import unittest
+
+from launcher_driver import DesktopTest, Row, wait_until
+
+EXPECTED = json.loads(
+    (pathlib.Path(__file__).parents[2] / "samples" / "expected.json").read_text(encoding="utf-8"))
+
+
+def by_name(tools):
+    return sorted(tools, key=lambda tool: tool["title"].casefold())
+
+
+def by_group(tools):
+    """Within a group the order of the scan; tools without a group come last."""
+    return sorted(tools, key=lambda tool: (tool["groupName"] is None, (tool["groupName"] or "").casefold()))
+
+
+def shown(tools, with_groups=False):
+    """The rows of these tools, top to bottom: a title that stands there twice has its group with it."""
+    titles = [tool["title"] for tool in tools]
+    rows = []
+    for tool in tools:
+        title = tool["title"]
+        if tool["groupName"] and (with_groups or titles.count(title) > 1):
+            title += ", " + tool["groupName"]
+        rows.append(Row("Icon of " + tool["title"], title, tool["description"] or ""))
+    return rows
+
+
+def groups():
+    """In the order in which the scan meets them."""
+    return list(dict.fromkeys(tool["groupName"] for tool in EXPECTED if tool["groupName"]))
+
+
+class PanelTest(DesktopTest):
+    def open_panel(self, **options):
+        launcher = self.launch(**options)
+        launcher.wait_for_catalogue()
+        return launcher
+
+    def wait_for_rows(self, launcher, rows):
+        try:
+            wait_until(lambda: launcher.rows() == rows, "the expected rows", limit=15)
+        except AssertionError:
+            self.assertEqual(launcher.rows(), rows)
+
+    def test_shows_every_tool_by_name(self):
+        launcher = self.open_panel()
+        self.assertEqual(launcher.columns(), ["Icon", "Title", "Description"])
+        self.assertEqual(launcher.rows(), shown(by_name(EXPECTED)))
+        self.assertEqual(launcher.tool_count(), f"{len(EXPECTED)} tools")
+
+    def test_menus_are_named_and_say_what_is_chosen(self):
+        launcher = self.open_panel()
+        self.assertEqual([item.title for item in launcher.menu_items()], ["Launcher", "View"])
+        self.assertEqual([item.title for item in launcher.menu_items("Launcher")],
+                         ["Reload Tools", "Reveal in File Browser", "Quit"])
+        self.assertEqual(launcher.menu_items("View"),
+                         [("Sort by Name", True), ("Sort by Group", False), ("Hide Groups", False),
+                          ("Show Group Names", False)])
+        self.assertEqual(launcher.menu_items("View", "Hide Groups"), [(name, False) for name in groups()])
+
+    def test_sorts_by_group_and_by_name_again(self):
+        launcher = self.open_panel()
+        launcher.choose("View", "Sort by Group")
+        self.wait_for_rows(launcher, shown(by_group(EXPECTED)))
+        self.assertEqual(launcher.menu_items("View")[:2], [("Sort by Name", False), ("Sort by Group", True)])
+        launcher.press("ctrl+1")
+        self.wait_for_rows(launcher, shown(by_name(EXPECTED)))
+        self.assertEqual(launcher.menu_items("View")[:2], [("Sort by Name", True), ("Sort by Group", False)])
+
+    def test_hides_a_group_and_shows_it_again(self):
+        launcher = self.open_panel()
+        remaining = [tool for tool in EXPECTED if tool["groupName"] != "Ostendel"]
+        launcher.choose("View", "Hide Groups", "Ostendel")
+        self.wait_for_rows(launcher, shown(by_name(remaining)))
+        self.assertEqual(launcher.tool_count(), f"{len(remaining)} tools · 1 group hidden")
+        self.assertEqual(launcher.menu_items("View", "Hide Groups"),
+                         [(name, name == "Ostendel") for name in groups()])
+        launcher.choose("View", "Hide Groups", "Ostendel")
+        self.wait_for_rows(launcher, shown(by_name(EXPECTED)))
+        self.assertEqual(launcher.tool_count(), f"{len(EXPECTED)} tools")
+
+    def test_shows_group_names_when_asked(self):
+        launcher = self.open_panel()
+        launcher.choose("View", "Show Group Names")
+        self.wait_for_rows(launcher, shown(by_name(EXPECTED), with_groups=True))
+        launcher.press("ctrl+g")
+        self.wait_for_rows(launcher, shown(by_name(EXPECTED)))
+
+    def test_remembers_the_view(self):
+        launcher = self.open_panel()
+        launcher.choose("View", "Sort by Group")
+        launcher.choose("View", "Hide Groups", "Kelvandor")
+        launcher.choose("View", "Show Group Names")
+        remaining = by_group(tool for tool in EXPECTED if tool["groupName"] != "Kelvandor")
+        self.wait_for_rows(launcher, shown(remaining, with_groups=True))
+        launcher.press("ctrl+q")
+        self.assertEqual(launcher.wait_for_exit(), 0)
+
+        again = self.open_panel(home=launcher.home)
+        self.assertEqual(again.rows(), shown(remaining, with_groups=True))
+        self.assertEqual(again.menu_items("View"),
+                         [("Sort by Name", False), ("Sort by Group", True), ("Hide Groups", False),
+                          ("Show Group Names", True)])
+        self.assertEqual(again.menu_items("View", "Hide Groups"),
+                         [(name, name == "Kelvandor") for name in groups()])
+
+    def test_all_groups_hidden_leaves_the_tools_without_one(self):
+        launcher = self.open_panel()
+        for name in groups():
+            launcher.choose("View", "Hide Groups", name)
+        self.wait_for_rows(launcher, shown([tool for tool in EXPECTED if not tool["groupName"]]))
+        self.assertEqual(launcher.tool_count(), f"1 tool · {len(groups())} groups hidden")
+
+    def test_says_where_it_looked_when_there_are_no_tools(self):
+        with tempfile.TemporaryDirectory() as root:
+            os.mkdir(os.path.join(root, "Applications"))
+            launcher = self.open_panel(root=root)
+            self.assertEqual(launcher.tool_count(), "0 tools")
+            launcher.find("label", "No tools found")
+            launcher.find("label", f"in {root}/Applications")
+
+    def test_reload_finds_a_tool_that_has_come_since(self):
+        with tempfile.TemporaryDirectory() as root:
+            applications = os.path.join(root, "Applications")
+            os.mkdir(applications)
+            launcher = self.open_panel(root=root)
+            tool = next(tool for tool in EXPECTED if tool["title"] == "Ferrulet")
+            os.symlink(os.path.join(os.environ["LAUNCHER_SAMPLE_SUITE"], tool["appPath"]),
+                       os.path.join(applications, "Ferrulet.app"))
+            launcher.press("F5")
+            wait_until(lambda: launcher.tool_count() == "1 tool", "the new tool's count")
+            self.assertEqual(launcher.rows(), shown([tool]))
+
+    def test_quits_from_the_keyboard(self):
+        launcher = self.open_panel()
+        launcher.press("ctrl+q")
+        self.assertEqual(launcher.wait_for_exit(), 0, launcher.standard_error())
+
+    def test_quits_from_the_menu(self):
+        launcher = self.open_panel()
+        launcher.choose("Launcher", "Quit")
+        self.assertEqual(launcher.wait_for_exit(), 0, launcher.standard_error())
+
+    def test_ends_in_order_when_the_session_ends(self):
+        launcher = self.open_panel()
+        launcher.process.send_signal(signal.SIGTERM)
+        self.assertEqual(launcher.wait_for_exit(), 0, launcher.standard_error())
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -16,8 +16,8 @@
 #include <array>
 #include <benchmark/benchmark.h>
 #include <charconv>
-#include <chrono>
 #include <cstdlib>
+#include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
@@ -234,19 +234,38 @@ std::size_t scan(const std::string& root) {
     return apps ? apps->size() : 0;
 }
 
-template <typename Work>
-double secondsOf(Work work) {
-    using Clock = std::chrono::steady_clock;
-    const auto start = Clock::now();
-    work();
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
 double median(std::vector<double> values) {
     auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     std::ranges::nth_element(values, middle);
     return *middle;
 }
+
+double secondsOn(clockid_t clock) {
+    timespec time{};
+    ::clock_gettime(clock, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+// What one piece of work took, measured many times. Processor time is that of all this process's
+// threads: on a busy machine it says more than the clock on the wall.
+class Timings {
+public:
+    template <typename Work>
+    double measure(Work work) {
+        const double wall = secondsOn(CLOCK_MONOTONIC);
+        const double processor = secondsOn(CLOCK_PROCESS_CPUTIME_ID);
+        work();
+        processor_.push_back(secondsOn(CLOCK_PROCESS_CPUTIME_ID) - processor);
+        wall_.push_back(secondsOn(CLOCK_MONOTONIC) - wall);
+        return wall_.back();
+    }
+    double wall() const { return median(wall_); }
+    double processor() const { return median(processor_); }
+
+private:
+    std::vector<double> wall_;
+    std::vector<double> processor_;
+};
 
 void Scan(benchmark::State& state) {
     const auto& forest = Forest::withSize(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
@@ -256,21 +275,18 @@ void Scan(benchmark::State& state) {
         state.SkipWithError("not all tools were found");
         return;
     }
-    std::vector<double> ofScan;
-    std::vector<double> ofBareLoop;
-    std::vector<double> ofFind;
+    Timings bareLoop;
+    Timings scans;
+    Timings find;
     for (auto _ : state) {
-        ofBareLoop.push_back(
-            secondsOf([&] { benchmark::DoNotOptimize(BareLoop().run(forest.applications())); }));
-        ofScan.push_back(secondsOf([&] { benchmark::DoNotOptimize(scan(forest.root())); }));
-        ofFind.push_back(secondsOf([&] {
-            runProgram({"find", forest.applications(), "-name", "*.app", "-prune"});
-        }));
-        state.SetIterationTime(ofScan.back());
+        bareLoop.measure([&] { benchmark::DoNotOptimize(BareLoop().run(forest.applications())); });
+        state.SetIterationTime(scans.measure([&] { benchmark::DoNotOptimize(scan(forest.root())); }));
+        find.measure([&] { runProgram({"find", forest.applications(), "-name", "*.app", "-prune"}); });
     }
-    state.counters["median_ms"] = median(ofScan) * 1000;
-    state.counters["of_bare_loop"] = median(ofScan) / median(ofBareLoop);
-    state.counters["of_find"] = median(ofScan) / median(ofFind);
+    state.counters["median_ms"] = scans.wall() * 1000;
+    state.counters["of_bare_loop"] = scans.wall() / bareLoop.wall();
+    state.counters["of_bare_loop_cpu"] = scans.processor() / bareLoop.processor();
+    state.counters["of_find"] = scans.wall() / find.wall();
 }
 BENCHMARK(Scan)
     ->ArgNames({"folders", "tools"})
@@ -326,7 +342,6 @@ BENCHMARK(PeakMemory)
     ->ArgNames({"folders", "tools"})
     ->Args({1'000, 50})
     ->Args({10'000, 500})
-    ->Args({100'000, 500})
     ->Args({10'000, 5'000})
     ->Args({100'000, 5'000})
     ->Iterations(5)

@@ -12,7 +12,8 @@ public:
     virtual ~MainThread() = default;
 
     // From the main thread with `UntilDone`: runs at once. Once the main loop has ended, work is
-    // dropped and waiting calls return. An exception that the work throws is rethrown to a waiting caller.
+    // dropped and waiting calls return. An exception that the work throws is rethrown to a waiting caller
+    // and otherwise told to the console.
     virtual void perform(std::function<void()> work, Wait wait) = 0;
 };
 

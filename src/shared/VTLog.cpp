@@ -190,14 +190,11 @@ void VTLog::setFileHandle(std::shared_ptr<platform::FileHandle> file) {
     fileHandle_.swap(file); // the old one is closed outside the lock
 }
 
-void VTLog::append(const std::string& text) {
+void VTLog::append(std::string text) {
     auto& log = sharedController();
-    log.appendTextToLog(text);
-    if (platform::isMainThread() || log.bytesInQueue() > kShortEntry) {
-        return;
-    }
-    const auto length = platform::utf16Length(text);
-    if (length > 0 && length <= kShortEntry) {
+    const auto length = platform::isMainThread() ? 0 : platform::utf16Length(text);
+    log.appendTextToLog(std::move(text));
+    if (length >= 1 && length <= kShortEntry && log.bytesInQueue() <= kShortEntry) {
         finishWriting();
     }
 }

@@ -112,7 +112,7 @@ private:
     VTLog();
     ~VTLog() = delete;
 
-    static void append(const std::string& text);
+    static void append(std::string text);
     static void appendAndPrint(const std::string& text);
 
     // Writes one or more of the entries that wait and says how many it is done with; on the queue only.

@@ -1,8 +1,10 @@
 #include "FileBrowser.h"
 
 #include "DBusConnection.h"
+#include "FileDescriptor.h"
 
 #include <array>
+#include <csignal>
 #include <fcntl.h>
 #include <spawn.h>
 #include <string_view>
@@ -26,19 +28,33 @@ bool showItems(const std::string& path) {
            bus.send(call);
 }
 
+// In a session of its own, so that what ends the program does not end the file browser.
 void openWithDefaultHandler(const std::string& path) {
     std::string program = "xdg-open";
     std::string argument = fileAddress(path);
     std::array<char*, 3> arguments{program.data(), argument.data(), nullptr};
+
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     for (int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         posix_spawn_file_actions_addopen(&actions, stream, "/dev/null", O_RDWR, 0);
     }
+    sigset_t noSignals;
+    sigset_t allSignals;
+    sigemptyset(&noSignals);
+    sigfillset(&allSignals);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes,
+                             POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    posix_spawnattr_setsigmask(&attributes, &noSignals);
+    posix_spawnattr_setsigdefault(&attributes, &allSignals);
+
     pid_t child = 0;
-    if (posix_spawnp(&child, program.c_str(), &actions, nullptr, arguments.data(), environ) == 0) {
-        waitpid(child, nullptr, 0);
+    if (posix_spawnp(&child, program.c_str(), &actions, &attributes, arguments.data(), environ) == 0) {
+        retrying([child] { return ::waitpid(child, nullptr, 0); });
     }
+    posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
 }
 

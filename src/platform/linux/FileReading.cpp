@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <utility>
 
 namespace platform {
 
@@ -19,22 +20,19 @@ FileContents readFileAt(int folder, const char* path, std::size_t limit) {
         static_cast<std::size_t>(status.st_size) > limit) {
         return {.exists = true, .bytes = std::nullopt};
     }
-    // One byte more than the file claims tells its end in the same call, also for files that grow.
-    std::string bytes(static_cast<std::size_t>(status.st_size) + 1, '\0');
+    // One byte more than the file claims tells its end in the same call. A file that claims nothing may be
+    // one that the system makes up, which comes in pieces; a file that grows is read on.
+    const auto claimed = static_cast<std::size_t>(status.st_size);
+    std::string bytes(claimed + 1, '\0');
     std::size_t length = 0;
-    for (;;) {
+    for (bool atEnd = false; !atEnd;) {
         ssize_t count =
             retrying([&] { return ::read(file.get(), bytes.data() + length, bytes.size() - length); });
-        if (count < 0) {
+        length += count > 0 ? static_cast<std::size_t>(count) : 0;
+        if (count < 0 || length > limit) {
             return {.exists = true, .bytes = std::nullopt};
         }
-        length += static_cast<std::size_t>(count);
-        if (length > limit) {
-            return {.exists = true, .bytes = std::nullopt};
-        }
-        if (count == 0 || (length < bytes.size() && length >= static_cast<std::size_t>(status.st_size))) {
-            break;
-        }
+        atEnd = count == 0 || (length == claimed && claimed > 0);
         if (length == bytes.size()) {
             bytes.resize(bytes.size() * 2);
         }

@@ -124,7 +124,7 @@ std::vector<DirectoryEntry> LinuxFolder::entries(Listing listing, std::error_cod
         error = openError_;
         return found;
     }
-    ::lseek(descriptor_.get(), 0, SEEK_SET); // it may have been listed before
+    ::lseek(descriptor_.get(), 0, SEEK_SET);                          // it may have been listed before
     alignas(dirent64) std::array<char, std::size_t{32} << 10> buffer; // NOLINT: filled by the kernel
     for (;;) {
         ssize_t length =
@@ -171,11 +171,9 @@ std::unique_ptr<Folder> LinuxFolder::subfolder(const DirectoryEntry& entry) {
 }
 
 FileContents LinuxFolder::contents(std::string_view relativePath, std::size_t limit) {
-    auto path = join(relativePath);
-    if (crossesLinks_ || !fits(path.size()) || !resume()) {
-        return readFileAt(AT_FDCWD, path.c_str(), limit);
-    }
-    return readFileAt(descriptor_.get(), std::string(relativePath).c_str(), limit);
+    bool byStep = !crossesLinks_ && fits(path_.size() + 1 + relativePath.size()) && resume();
+    return byStep ? readFileAt(descriptor_.get(), std::string(relativePath).c_str(), limit)
+                  : readFileAt(AT_FDCWD, join(relativePath).c_str(), limit);
 }
 
 } // namespace platform

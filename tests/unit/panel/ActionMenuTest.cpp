@@ -1,21 +1,8 @@
 #include "ActionMenu.h"
 
-#include <QApplication>
 #include <gmock/gmock.h>
 
-namespace {
-
-class ActionMenuTest : public testing::Test {
-    int argc_ = 1;
-    char name_[5] = "test";
-    char* argv_[2] = {name_, nullptr};
-    bool offscreen_ = qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication application_{argc_, argv_};
-};
-
-} // namespace
-
-TEST_F(ActionMenuTest, ShowsTitlesAsTheyAre) {
+TEST(ActionMenu, ShowsTitlesAsTheyAre) {
     QMenu menu;
     ActionMenu items(&menu, [](outlet::MenuItem&) {});
     auto& item = items.addItem("Cut & <b>Paste</b>");
@@ -24,7 +11,7 @@ TEST_F(ActionMenuTest, ShowsTitlesAsTheyAre) {
     EXPECT_TRUE(menu.actions().constFirst()->shortcut().isEmpty());
 }
 
-TEST_F(ActionMenuTest, FindsItemsByExactTitle) {
+TEST(ActionMenu, FindsItemsByExactTitle) {
     QMenu menu;
     ActionMenu items(&menu, [](outlet::MenuItem&) {});
     items.addItem("Kelvandor");
@@ -33,7 +20,7 @@ TEST_F(ActionMenuTest, FindsItemsByExactTitle) {
     EXPECT_EQ(items.numberOfItems(), 1U);
 }
 
-TEST_F(ActionMenuTest, CallsItsActionWithTheChosenItem) {
+TEST(ActionMenu, CallsItsActionWithTheChosenItem) {
     QMenu menu;
     std::vector<std::pair<std::string, int>> chosen;
     ActionMenu items(&menu, [&](outlet::MenuItem& item) {

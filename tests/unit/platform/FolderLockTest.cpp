@@ -3,6 +3,7 @@
 #include "Exception.h"
 #include "TestSandbox.h"
 
+#include <atomic>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
@@ -28,13 +29,13 @@ TEST(FolderLock, LocksTheFolderItselfWhileItLives) {
 }
 
 TEST(FolderLock, OneThreadAtATimeHoldsIt) {
-    int value = 0; // guarded by the lock
+    std::atomic<int> value = 0; // guarded by the lock alone: a lost count shows, atomic or not
     auto count = [&] {
         for (int i = 0; i < 200; ++i) {
             FolderLock lock(sandbox::home());
-            int seen = value;
+            int seen = value.load(std::memory_order_relaxed);
             std::this_thread::yield();
-            value = seen + 1;
+            value.store(seen + 1, std::memory_order_relaxed);
         }
     };
     {

@@ -148,7 +148,7 @@ TEST_F(LinuxUserDefaultsTest, AWriteKeepsTheFilesMode) {
 TEST_F(LinuxUserDefaultsTest, EveryReadSeesWhatAnotherProcessHasWritten) {
     auto defaults = this->defaults();
     auto other = this->defaults();
-    for (int i = 0; i < 500; ++i) { // several within one tick of the file system's clock, all of one size
+    for (int i = 0; i < 200; ++i) { // several within one tick of the file system's clock, all of one size
         other.setObject(i % 2 == 0, "key");
         ASSERT_EQ(defaults.objectForKey("key"), PropertyList(i % 2 == 0));
     }
@@ -323,7 +323,7 @@ TEST_F(LinuxUserDefaultsTest, AValueThatNoFileCanHoldIsSaidAndTheFileStays) {
 }
 
 TEST_F(LinuxUserDefaultsTest, TwoProcessesLoseNothing) {
-    constexpr int kWrites = 150;
+    constexpr int kWrites = 100;
     auto write = [&](const std::string& prefix) {
         auto defaults = this->defaults();
         for (int i = 0; i < kWrites; ++i) {

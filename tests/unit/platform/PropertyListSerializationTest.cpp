@@ -221,7 +221,8 @@ TEST(PropertyListSerialization, WhatIsTooLargeIsRefused) {
     expectRefusal(repeated(std::string(1 << 20, 'x'), 17));
     // Small enough as a list, but not as a file.
     expectRefusal(std::string(kPropertyListMaximumBytes / 2, '<'), PropertyListFormat::Xml);
-    expectRefusal(repeated(PropertyList::Date{0}, 600'000), PropertyListFormat::Xml);
+    expectRefusal(PropertyList::Data{std::string(kPropertyListMaximumBytes / 4 * 3, 'x')},
+                  PropertyListFormat::Xml);
     expectRefusal(std::string(kPropertyListMaximumBytes, 'x'));
 }
 

@@ -282,26 +282,25 @@ TEST(XmlPropertyListReader, TheSizeIsBounded) {
     };
     EXPECT_TRUE(parsePropertyList(padded(kPropertyListMaximumBytes)));
     EXPECT_FALSE(parsePropertyList(padded(kPropertyListMaximumBytes + 1)));
-    EXPECT_FALSE(parsePropertyList(padded(std::size_t{100} << 20)));
 }
 
-// Each of these takes hours in a reader that looks at anything twice.
-TEST(XmlPropertyListReader, HugeFilesOfOneThingAreReadInOnePass) {
-    auto entities = parsed("<string>" + repeated("&amp;", 3'000'000) + "</string>");
+// What takes minutes and more in a reader that looks at anything twice.
+TEST(XmlPropertyListReader, BigFilesOfOneThingAreReadInOnePass) {
+    auto entities = parsed("<string>" + repeated("&amp;", 500'000) + "</string>");
     ASSERT_TRUE(entities && entities->string());
-    EXPECT_EQ(entities->string()->size(), 3'000'000U);
-    EXPECT_FALSE(parsed("<string>" + repeated("&", 16'000'000)));
-    EXPECT_FALSE(parsed("<string>" + repeated("<", 16'000'000)));
-    EXPECT_FALSE(parsed("<string>" + repeated("<![CDATA[", 1'700'000)));
-    EXPECT_TRUE(parsed(repeated("<!---->", 2'000'000) + "<true/>"));
-    EXPECT_FALSE(parsed(repeated("<!--", 4'000'000)));
-    EXPECT_FALSE(parsePropertyList("<plist " + repeated("a='' ", 3'000'000)));
-    EXPECT_FALSE(parsePropertyList("<!DOCTYPE " + repeated("'' ", 5'000'000)));
+    EXPECT_EQ(entities->string()->size(), 500'000U);
+    EXPECT_FALSE(parsed("<string>" + repeated("&", 1'000'000)));
+    EXPECT_FALSE(parsed("<string>" + repeated("<", 1'000'000)));
+    EXPECT_FALSE(parsed("<string>" + repeated("<![CDATA[", 200'000)));
+    EXPECT_TRUE(parsed(repeated("<!---->", 200'000) + "<true/>"));
+    EXPECT_FALSE(parsed(repeated("<!--", 500'000)));
+    EXPECT_FALSE(parsePropertyList("<plist " + repeated("a='' ", 300'000)));
+    EXPECT_FALSE(parsePropertyList("<!DOCTYPE " + repeated("'' ", 500'000)));
     std::string keys;
-    for (int i = 0; i < 400'000; ++i) {
+    for (int i = 0; i < 50'000; ++i) {
         keys += "<key>" + std::to_string(i) + "</key><true/>";
     }
     auto dictionary = parsed("<dict>" + keys + "</dict>");
     ASSERT_TRUE(dictionary && dictionary->dictionary());
-    EXPECT_EQ(dictionary->dictionary()->size(), 400'000U);
+    EXPECT_EQ(dictionary->dictionary()->size(), 50'000U);
 }

@@ -12,9 +12,10 @@ TEST_F(VTLogEntry, IsOneLineWithDateAndTrimmedText) {
     VTLog::fastAppendLog("  \t\r\n first %@ %d \u00A0\u2003\n\n", "entry", 1);
     VTLog::appendLog("inner \n break stays");
     VTLog::finishWriting();
-    EXPECT_EQ(entries(1).at(0), "first entry 1");
-    const auto text = sandbox::readFile(path(1));
-    EXPECT_EQ(text.substr(text.find('\n') + 1 + kDateLength), "inner \n break stays\n");
+    auto text = sandbox::readFile(path(1));
+    text.erase(0, kDateLength);
+    text.erase(text.find('\n') + 1, kDateLength);
+    EXPECT_EQ(text, "first entry 1\ninner \n break stays\n");
 }
 
 TEST_F(VTLogEntry, CarriesTheLocalTime) {
@@ -110,8 +111,6 @@ TEST_F(VTLogEntry, PrintedIsFormattedTwiceInTheFileAndDoubledOnOutput) {
 
 TEST_F(VTLogEntry, PrintedLosesObjectConversionsOnceThenDoublesThenDropsNuls) {
     makeCurrentFile();
-    EXPECT_EQ(output([] { VTLog::appendLogAndPrint("%@", "%%@@|%\0@|%@%@|"); }), "%%@|%%@|\n")
-        << "the argument ends at its NUL";
     EXPECT_EQ(output([] { VTLog::appendLogAndPrint("%@", std::string("%%@@|%\0@|a\0b", 12)); }),
               "%%@|%%@|ab\n")
         << "what removal brings together is not removed again";

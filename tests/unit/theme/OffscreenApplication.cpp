@@ -4,8 +4,11 @@
 
 #include <QApplication>
 #include <QWidget>
+#include <array>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <memory>
+#include <string>
 
 namespace offscreen {
 
@@ -27,7 +30,7 @@ public:
                                  "QT_QPA_PLATFORMTHEME", "QT_SCREEN_SCALE_FACTORS"})
             qunsetenv(name);
         qputenv("QT_QPA_PLATFORM", "offscreen");
-        qputenv("XDG_RUNTIME_DIR", qgetenv("HOME"));
+        qputenv("XDG_RUNTIME_DIR", privateFolder().c_str());
         application_ = std::make_unique<QApplication>(argumentCount_, arguments_.data());
         QApplication::setFont(interfaceFont(kFontSize));
         DarkPalette::install();
@@ -35,6 +38,14 @@ public:
     void TearDown() override { application_.reset(); }
 
 private:
+    // Qt insists on a folder that is nobody else's.
+    static std::string privateFolder() {
+        const std::filesystem::path folder = std::filesystem::path(qgetenv("HOME").constData()) / "runtime";
+        std::filesystem::create_directory(folder);
+        std::filesystem::permissions(folder, std::filesystem::perms::owner_all);
+        return folder;
+    }
+
     std::string name_ = "theme_tests";
     std::array<char*, 2> arguments_{name_.data(), nullptr};
     int argumentCount_ = 1;

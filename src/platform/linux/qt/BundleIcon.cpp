@@ -9,13 +9,19 @@
 #include <QImageReader>
 #include <QPainter>
 #include <algorithm>
-#include <cstring>
+#include <array>
+#include <cstdint>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace platform {
 
 namespace {
 
 constexpr std::size_t kIconFileLimit = std::size_t{32} << 20;
+constexpr int kMostImages = 64;    // in one file
+constexpr int kLongestSide = 4096; // in pixels
 
 std::optional<std::string> iconFile(const std::string& bundlePath) {
     Bundle bundle{bundlePath};
@@ -29,58 +35,101 @@ std::optional<std::string> iconFile(const std::string& bundlePath) {
     return bundle.resourcePath() + "/" + *name;
 }
 
-// The smallest image that is large enough, else the largest; images in a format that Qt cannot decode
-// are passed over.
-QImage bestImage(const QByteArray& bytes, int pixels) {
-    QImage best;
-    // Read anew for each image: after a failure a reader gives nothing more.
-    int count = 1;
-    for (int index = 0; index < count; ++index) {
-        QBuffer buffer;
-        buffer.setData(bytes);
-        buffer.open(QIODevice::ReadOnly);
-        QImageReader reader(&buffer);
-        count = std::clamp(reader.imageCount(), 1, 64);
-        if (index > 0 && !reader.jumpToImage(index)) {
-            continue;
-        }
-        QImage image = reader.read();
-        if (image.isNull()) {
-            continue;
-        }
-        bool isLarger = image.width() > best.width();
-        bool isCloser = image.width() >= pixels && image.width() < best.width();
-        if (best.isNull() || isCloser || (isLarger && best.width() < pixels)) {
-            best = std::move(image);
+// By what the file holds, whatever its name; absent for all other formats, some of which would draw in
+// other files.
+const char* formatOf(std::string_view bytes) {
+    using namespace std::string_view_literals;
+    return bytes.starts_with("icns"sv) ? "icns" : bytes.starts_with("\x89PNG\r\n"sv) ? "png" : nullptr;
+}
+
+// The side of an image of this type; 0 for types of few colours, which are the last choice.
+int nominalSide(const QByteArray& type) {
+    struct Side {
+        std::string_view type;
+        int pixels;
+    };
+    static constexpr std::array kSides{
+        Side{"is32", 16},  Side{"icp4", 16},  Side{"il32", 32},  Side{"icp5", 32},  Side{"ic11", 32},
+        Side{"ih32", 48},  Side{"icp6", 64},  Side{"ic12", 64},  Side{"it32", 128}, Side{"ic07", 128},
+        Side{"ic08", 256}, Side{"ic13", 256}, Side{"ic09", 512}, Side{"ic14", 512}, Side{"ic10", 1024},
+    };
+    const auto* found =
+        std::ranges::find(kSides, std::string_view(type.constData(), type.size()), &Side::type);
+    return found == kSides.end() ? 0 : found->pixels;
+}
+
+// Opened anew for each image: after a failure a reader gives nothing more.
+class ImageFile {
+public:
+    ImageFile(const QByteArray& bytes, const char* format) : reader_(&buffer_, format) {
+        buffer_.setData(bytes);
+        buffer_.open(QIODevice::ReadOnly);
+        reader_.setAutoDetectImageFormat(false);
+    }
+    QImageReader& reader() { return reader_; }
+
+private:
+    QBuffer buffer_;
+    QImageReader reader_;
+};
+
+// The indexes of a file's images: the smallest that is large enough first, then larger ones, then smaller
+// ones from the largest down.
+std::vector<int> indexesByPreference(const QByteArray& bytes, const char* format, int pixels) {
+    ImageFile file(bytes, format);
+    std::vector<std::pair<int, int>> ranked;
+    for (int index = 0; index < std::min(file.reader().imageCount(), kMostImages); ++index) {
+        file.reader().jumpToImage(index);
+        int side = nominalSide(file.reader().subType());
+        constexpr int kBehindAllThatSuffice = 1 << 16;
+        ranked.emplace_back(side >= pixels ? side : kBehindAllThatSuffice - side, index);
+    }
+    std::ranges::sort(ranked);
+    std::vector<int> indexes(ranked.size());
+    std::ranges::transform(ranked, indexes.begin(), [](const auto& entry) { return entry.second; });
+    return indexes;
+}
+
+// Null when Qt cannot decode it, or when it is too large for an icon.
+QImage image(const QByteArray& bytes, const char* format, int index) {
+    ImageFile file(bytes, format);
+    if (index > 0 && !file.reader().jumpToImage(index)) {
+        return {};
+    }
+    auto size = file.reader().size();
+    return std::max(size.width(), size.height()) <= kLongestSide ? file.reader().read() : QImage();
+}
+
+// The first that can be decoded: images in JPEG 2000 cannot.
+QImage bestImage(const std::string& fileBytes, int pixels) {
+    const auto* format = formatOf(fileBytes);
+    if (!format) {
+        return {};
+    }
+    auto bytes = QByteArray::fromRawData(fileBytes.data(), static_cast<qsizetype>(fileBytes.size()));
+    for (int index : indexesByPreference(bytes, format, pixels)) {
+        if (auto decoded = image(bytes, format, index); !decoded.isNull()) {
+            return decoded;
         }
     }
-    return best;
+    return {};
 }
 
 } // namespace
 
 Bitmap BundleIcon::render(int pixels) const {
-    auto file = iconFile(bundlePath_);
+    auto file = pixels > 0 ? iconFile(bundlePath_) : std::nullopt;
     auto bytes = file ? current().fileManager->contents(*file, kIconFileLimit).bytes : std::nullopt;
-    if (!bytes || pixels <= 0) {
+    auto best = bytes ? bestImage(*bytes, pixels) : QImage();
+    if (best.isNull()) {
         return {};
     }
-    auto image = bestImage(QByteArray(bytes->data(), static_cast<qsizetype>(bytes->size())), pixels);
-    if (image.isNull()) {
-        return {};
-    }
-    image = image.scaled(pixels, pixels, Qt::KeepAspectRatio, Qt::SmoothTransformation);
-    QImage square(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
-    square.fill(Qt::transparent);
-    QPainter(&square).drawImage((pixels - image.width()) / 2, (pixels - image.height()) / 2, image);
-
-    Bitmap bitmap{pixels, pixels, {}};
-    const auto width = static_cast<std::size_t>(pixels);
-    bitmap.pixels.resize(width * width);
-    for (int row = 0; row < pixels; ++row) {
-        std::memcpy(bitmap.pixels.data() + static_cast<std::size_t>(row) * width, square.constScanLine(row),
-                    width * sizeof(std::uint32_t));
-    }
+    best = best.scaled(pixels, pixels, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    const auto side = static_cast<std::size_t>(pixels);
+    Bitmap bitmap{pixels, pixels, std::vector<std::uint32_t>(side * side)};
+    QImage square(reinterpret_cast<uchar*>(bitmap.pixels.data()), pixels, pixels,
+                  QImage::Format_ARGB32_Premultiplied);
+    QPainter(&square).drawImage((pixels - best.width()) / 2, (pixels - best.height()) / 2, best);
     return bitmap;
 }
 

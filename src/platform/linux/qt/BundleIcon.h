@@ -6,7 +6,7 @@
 
 namespace platform {
 
-// The icon that a bundle's Info.plist names (`CFBundleIconFile`), in any format that Qt reads.
+// The icon that a bundle's Info.plist names (`CFBundleIconFile`), an .icns or .png file.
 class BundleIcon : public Icon {
 public:
     explicit BundleIcon(std::string bundlePath) : bundlePath_(std::move(bundlePath)) {}

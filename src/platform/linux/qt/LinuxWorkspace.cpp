@@ -1,8 +1,10 @@
 #include "LinuxWorkspace.h"
 
 #include "BundleIcon.h"
+#include "Platform.h"
 #include "linux/FileBrowser.h"
 
+#include <system_error>
 #include <thread>
 
 namespace platform {
@@ -12,8 +14,12 @@ std::shared_ptr<const Icon> LinuxWorkspace::iconForFile(const std::string& path)
 }
 
 void LinuxWorkspace::selectFile(const std::string& path, const std::string& rootPath) {
-    // Another program answers, or not.
-    std::thread([path, rootPath] { showInFileBrowser(path, rootPath); }).detach();
+    try {
+        // Another program answers, or not.
+        std::thread([path, rootPath] { showInFileBrowser(path, rootPath); }).detach();
+    } catch (const std::system_error& error) {
+        current().consoleLog->log(std::string("No thread to show a file with: ") + error.what());
+    }
 }
 
 } // namespace platform

@@ -1,21 +1,38 @@
 #include "QtMainThread.h"
 
+#include "Platform.h"
 #include "Threads.h"
 
 #include <QCoreApplication>
 #include <condition_variable>
 #include <exception>
 #include <mutex>
+#include <string>
+#include <utility>
 
 namespace platform {
 
 namespace {
 
 struct Task {
+    enum class Stage { Waits, Runs, Ended };
+
     std::function<void()> work;
+    bool hasWaitingCaller = false;
+    Stage stage = Stage::Waits;
     std::exception_ptr failure;
-    bool done = false;
 };
+
+// Nobody waits for it, so that only the console can be told.
+void report(const std::exception_ptr& failure) {
+    try {
+        std::rethrow_exception(failure);
+    } catch (const std::exception& exception) {
+        current().consoleLog->log(std::string("Work on the main thread failed: ") + exception.what());
+    } catch (...) {
+        current().consoleLog->log("Work on the main thread failed.");
+    }
+}
 
 } // namespace
 
@@ -25,23 +42,44 @@ struct QtMainThread::State {
     std::condition_variable changed;
     bool closed = false;
 
-    // On the main thread, which alone closes: what starts here cannot be closed in between.
+    // On the main thread.
     void run(Task& task) {
         {
             std::lock_guard lock(mutex);
             if (closed) {
                 return;
             }
+            task.stage = Task::Stage::Runs;
         }
+        std::exception_ptr failure;
         try {
             task.work();
         } catch (...) {
-            task.failure = std::current_exception();
+            failure = std::current_exception();
         }
-        task.work = nullptr;
+        task.work = nullptr; // what it holds goes before its caller does
+        if (failure && !task.hasWaitingCaller) {
+            report(failure);
+        }
         std::lock_guard lock(mutex);
-        task.done = true;
+        task.failure = failure;
+        task.stage = Task::Stage::Ended;
         changed.notify_all();
+    }
+
+    // On the caller's thread. Work that runs is waited for whatever happens, since it uses what its caller
+    // holds.
+    void waitFor(Task& task) {
+        {
+            std::unique_lock lock(mutex);
+            changed.wait(lock, [&] {
+                return task.stage == Task::Stage::Ended || (task.stage == Task::Stage::Waits && closed);
+            });
+        }
+        task.work = nullptr; // when it was dropped
+        if (task.failure) {
+            std::rethrow_exception(task.failure);
+        }
     }
 };
 
@@ -56,7 +94,9 @@ void QtMainThread::perform(std::function<void()> work, Wait wait) {
         work();
         return;
     }
-    auto task = std::make_shared<Task>(Task{std::move(work), nullptr, false});
+    auto task = std::make_shared<Task>();
+    task->work = std::move(work);
+    task->hasWaitingCaller = wait == Wait::UntilDone;
     {
         // The application object may go once `close` has run, not before.
         std::lock_guard lock(state_->mutex);
@@ -67,13 +107,8 @@ void QtMainThread::perform(std::function<void()> work, Wait wait) {
             QCoreApplication::instance(), [state = state_, task] { state->run(*task); },
             Qt::QueuedConnection);
     }
-    if (wait == Wait::No) {
-        return;
-    }
-    std::unique_lock lock(state_->mutex);
-    state_->changed.wait(lock, [&] { return task->done || state_->closed; });
-    if (task->failure) {
-        std::rethrow_exception(task->failure);
+    if (wait == Wait::UntilDone) {
+        state_->waitFor(*task);
     }
 }
 

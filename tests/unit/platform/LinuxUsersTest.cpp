@@ -1,0 +1,222 @@
+#include "linux/LinuxUsers.h"
+
+#include "PrivateBus.h"
+#include "TestSandbox.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <optional>
+#include <pwd.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr const char* kLoginManager = "org.freedesktop.login1";
+constexpr const char* kSeatPath = "/org/freedesktop/login1/seat/seat0";
+constexpr const char* kMock = "org.freedesktop.DBus.Mock";
+
+using Name = std::optional<std::string>;
+
+Name consoleUser() {
+    return platform::LinuxUsers().consoleUser();
+}
+
+// The system bus with a login manager whose seat0 the test fills.
+class LoginManager {
+public:
+    LoginManager() {
+        bus_.start(kLoginManager);
+        connection_ = bus_.connect();
+        setenv("DBUS_SYSTEM_BUS_ADDRESS", bus_.address().c_str(), 1);
+    }
+
+    void addSeat(const char* name) {
+        call(connection_.get(), kLoginManager, "/org/freedesktop/login1", kMock, "AddSeat", "s", name);
+    }
+    // It becomes the active one of its seat.
+    void addSession(const char* identifier, const char* seat, const char* user) {
+        call(connection_.get(), kLoginManager, "/org/freedesktop/login1", kMock, "AddSession", "ssusb",
+             identifier, seat, 1000U, user, 1);
+    }
+    void setText(const char* session, const char* property, const char* value) {
+        call(connection_.get(), kLoginManager, sessionPath(session).c_str(), kMock, "UpdateProperties",
+             "sa{sv}", "", 1, property, "s", value);
+    }
+    void setActiveSession(const std::string& session) {
+        call(connection_.get(), kLoginManager, kSeatPath, kMock, "UpdateProperties", "sa{sv}", "", 1,
+             "ActiveSession", "(so)", session.c_str(), session.empty() ? "/" : sessionPath(session).c_str());
+    }
+
+private:
+    static std::string sessionPath(const std::string& session) {
+        return "/org/freedesktop/login1/session/" + session;
+    }
+
+    PrivateBus bus_{{{kLoginManager, "/usr/bin/python3 -m dbusmock --session --template logind"}}};
+    PrivateBus::Connection connection_;
+};
+
+// Asks for the console user while nobody answers, and says whether it gave up in time. The bound only
+// tells its own time limit of two seconds from those of the bus, which are ten times as long.
+bool givesUpSoon(const Name& expected) {
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(consoleUser(), expected);
+    return std::chrono::steady_clock::now() - start < std::chrono::seconds(15);
+}
+
+// The user database's first ordinary entry; a system without one has none to test with.
+std::optional<passwd> ordinaryUser() {
+    std::optional<passwd> found;
+    setpwent();
+    while (const auto* entry = getpwent()) {
+        if (entry->pw_uid != 0) {
+            found = *entry;
+            break;
+        }
+    }
+    endpwent();
+    return found;
+}
+
+class LinuxUsers : public testing::Test {
+protected:
+    LinuxUsers() {
+        unsetenv("PKEXEC_UID");
+        unsetenv("SUDO_UID");
+        setenv("HOME", sandbox::home().c_str(), 1);
+        setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent", 1);
+    }
+};
+
+// The name that stands in for a console user whom nobody knows.
+Name standIn(const passwd& invoker) {
+    return getuid() == 0 ? Name(invoker.pw_name) : std::nullopt;
+}
+
+} // namespace
+
+TEST_F(LinuxUsers, KnowsTheProcess) {
+    platform::LinuxUsers users;
+    EXPECT_EQ(users.realUserID(), getuid());
+    const auto* entry = getpwuid(getuid());
+    EXPECT_EQ(users.loginName(), entry ? Name(entry->pw_name) : std::nullopt);
+}
+
+TEST_F(LinuxUsers, TakesTheHomeFromTheEnvironmentWhenItIsAbsolute) {
+    platform::LinuxUsers users;
+    EXPECT_EQ(users.homeDirectory(), sandbox::home());
+    setenv("HOME", "/nowhere/at/all//", 1);
+    EXPECT_EQ(users.homeDirectory(), "/nowhere/at/all");
+    setenv("HOME", "/", 1);
+    EXPECT_EQ(users.homeDirectory(), "/");
+    const auto* entry = getpwuid(getuid());
+    const auto known = entry ? Name(entry->pw_dir) : std::nullopt;
+    for (const char* home : {"", "relative/home"}) {
+        setenv("HOME", home, 1);
+        EXPECT_EQ(users.homeDirectory(), known) << home;
+    }
+    unsetenv("HOME");
+    EXPECT_EQ(users.homeDirectory(), known);
+}
+
+TEST_F(LinuxUsers, KnowsTheHomesOfOthers) {
+    platform::LinuxUsers users;
+    EXPECT_EQ(users.homeDirectoryForUser("root"), "/root");
+    EXPECT_EQ(users.homeDirectoryForUser("nobody there"), std::nullopt);
+    EXPECT_EQ(users.homeDirectoryForUser(""), std::nullopt);
+}
+
+TEST_F(LinuxUsers, ConsoleUserIsWhoHasTheActiveSessionOfTheFirstSeat) {
+    LoginManager login;
+    login.addSession("c1", "seat0", "alice");
+    login.addSession("c2", "seat1", "bob");
+    EXPECT_EQ(consoleUser(), "alice");
+    login.addSession("c3", "seat0", "carol");
+    EXPECT_EQ(consoleUser(), "carol"); // asked afresh
+    login.setActiveSession("c1");
+    EXPECT_EQ(consoleUser(), "alice");
+}
+
+TEST_F(LinuxUsers, ConsoleUserOfAGreeterIsTheLoginWindow) {
+    LoginManager login;
+    login.addSession("c1", "seat0", "greeting-service");
+    login.setText("c1", "Class", "greeter");
+    EXPECT_EQ(consoleUser(), "loginwindow");
+}
+
+TEST_F(LinuxUsers, ConsoleUserOfAnEmptySeatIsAbsent) {
+    const auto invoker = ordinaryUser();
+    if (invoker) {
+        setenv("SUDO_UID", std::to_string(invoker->pw_uid).c_str(), 1); // logind has the word
+    }
+    LoginManager login;
+    login.addSeat("seat0");
+    EXPECT_EQ(consoleUser(), std::nullopt);
+    login.addSession("c1", "seat0", "alice");
+    login.setActiveSession("");
+    EXPECT_EQ(consoleUser(), std::nullopt);
+}
+
+TEST_F(LinuxUsers, ConsoleUserWithoutANameIsAbsent) {
+    LoginManager login;
+    login.addSession("c1", "seat0", "alice");
+    login.setText("c1", "Name", "");
+    EXPECT_EQ(consoleUser(), std::nullopt);
+}
+
+TEST_F(LinuxUsers, WithoutABusTheInvokingUserStandsInForRoot) {
+    const auto invoker = ordinaryUser();
+    if (!invoker) {
+        GTEST_SKIP() << "the user database knows root alone";
+    }
+    EXPECT_EQ(consoleUser(), std::nullopt);
+    const auto number = std::to_string(invoker->pw_uid);
+    for (const char* variable : {"PKEXEC_UID", "SUDO_UID"}) {
+        setenv(variable, number.c_str(), 1);
+        EXPECT_EQ(consoleUser(), standIn(*invoker)) << variable;
+        for (const char* wrong : {"", "0", "-1", "12x", " 1", "4294967295", "99999999999999999999"}) {
+            setenv(variable, wrong, 1);
+            EXPECT_EQ(consoleUser(), std::nullopt) << variable << "=" << wrong;
+        }
+        unsetenv(variable);
+    }
+    setenv("PKEXEC_UID", "0", 1);
+    setenv("SUDO_UID", number.c_str(), 1);
+    EXPECT_EQ(consoleUser(), standIn(*invoker));
+}
+
+TEST_F(LinuxUsers, WithoutALoginManagerTheInvokingUserStandsInForRoot) {
+    const auto invoker = ordinaryUser();
+    if (!invoker) {
+        GTEST_SKIP() << "the user database knows root alone";
+    }
+    PrivateBus bus;
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().c_str(), 1);
+    EXPECT_EQ(consoleUser(), std::nullopt);
+    setenv("PKEXEC_UID", std::to_string(invoker->pw_uid).c_str(), 1);
+    EXPECT_EQ(consoleUser(), standIn(*invoker));
+}
+
+TEST_F(LinuxUsers, DoesNotWaitForABusThatNeverAnswers) {
+    const auto path = sandbox::folder() + "/mute";
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    int listening = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    ASSERT_EQ(bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(listen(listening, 5), 0);
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", ("unix:path=" + path).c_str(), 1);
+    EXPECT_TRUE(givesUpSoon(std::nullopt));
+    close(listening);
+}
+
+TEST_F(LinuxUsers, DoesNotWaitForALoginManagerThatNeverAnswers) {
+    PrivateBus bus;
+    auto owner = bus.connect();
+    succeed(sd_bus_request_name(owner.get(), kLoginManager, 0), "RequestName");
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().c_str(), 1);
+    EXPECT_TRUE(givesUpSoon(std::nullopt));
+}

@@ -1,26 +1,31 @@
 #include "AppController.h"
 
+#include "Format.h"
 #include "Package.h"
 #include "Platform.h"
-#include "PropertyListSerialization.h"
 #include "Text.h"
+#include "ToolBundle.h"
 #include "VTException.h"
 #include "VTLocalPaths.h"
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <future>
+#include <iterator>
 
 namespace {
-
-constexpr std::string_view kSuitePrefix = "com.vantorel";
 
 // Folders entered through a link that lies behind another link. Links that lead back into the folder
 // they are in multiply without end; together with the system's rule of 40 links to a path this bounds a
 // scan to (number of folders) x (1 + number of links + this) steps.
 constexpr int kNestedLinkLimit = 4096;
 
-// Levels that keep their descriptor; those above give it back until the walk returns to them.
-constexpr std::size_t kOpenLevels = 64;
+// Levels of a walk that keep their descriptor; those above give it back until the walk returns to them.
+constexpr std::size_t kOpenLevels = 32;
+
+// Entries that a walk looks at before it gives work away: many enough to be worth a thread.
+constexpr int kStepsPerPart = 256;
 
 struct NameTest {
     enum class Kind { Starts, Is, Contains };
@@ -104,41 +109,72 @@ constexpr std::array<NameTest, 66> kBlacklist{{
 }};
 
 using AppList = AppController::AppList;
-using Dictionary = platform::PropertyList::Dictionary;
 
-Dictionary dictionaryIn(const platform::FileContents& file) {
-    if (!file.bytes) {
-        return {};
+// What a walk comes upon, in listing order: a tool, or the path of a linked folder, which is left for later.
+using Found = std::variant<std::shared_ptr<VTLaunchApp>, std::string>;
+
+struct Part;
+
+// What a walk has found. The parts that it gave away come behind its own, the last one first.
+struct Findings {
+    bool failed = false; // its top folder yields nothing
+    std::vector<Found> found{};
+    std::vector<Part> parts{};
+
+    // The folder so many levels down yields nothing, not even what had been found in it.
+    void lose(std::size_t depth, std::size_t firstFound);
+};
+
+// The last entries of a folder, walked by another thread.
+struct Part {
+    std::size_t depth; // of the folder in the walk that gave it away, and where its findings begin there
+    std::size_t firstFound;
+    std::future<Findings> findings;
+};
+
+void Findings::lose(std::size_t depth, std::size_t firstFound) {
+    failed = depth == 0;
+    found.resize(firstFound);
+    while (!parts.empty() && parts.back().depth >= depth) {
+        parts.pop_back();
     }
-    auto list = platform::parsePropertyList(*file.bytes);
-    return list && list->dictionary() ? *list->dictionary() : Dictionary();
 }
 
-// One scan. The recursion over folders is a list of levels, so that its depth costs neither stack nor
+// What the walks of one scan share.
+struct Scan {
+    std::stop_token stop;
+    std::optional<std::string> applicationsFolder = VTLocalPaths::applicationDirectory(false);
+    std::atomic<bool> threadIsFree = true; // of the two that may walk
+    int nestedLinks = 0;
+};
+
+// Walks a folder. The recursion is a list of levels, so that its depth costs neither stack nor
 // descriptors.
+//
+// Linked folders wait until the rest has been walked, then come one after the other: their walks follow
+// links within them at once and share no work, so that the bound on such links falls where it would have
+// fallen without threads.
 class Walk {
 public:
-    explicit Walk(std::stop_token stop)
-        : stop_(std::move(stop)), applicationsFolder_(VTLocalPaths::applicationDirectory(false)) {}
+    enum class Links { Later, AtOnce };
 
-    std::optional<AppList> run(const std::string& folder) {
+    Walk(Scan& scan, Links links) : scan_(scan), links_(links) {}
+
+    Findings run(const std::string& folder) {
         auto& files = *platform::current().fileManager;
-        bool entered = enter(0, [&] {
-            auto destination = files.destinationOfSymbolicLink(folder);
-            return leadsBack(destination) ? nullptr : files.openFolder(folder);
-        });
-        if (!entered) {
-            return std::nullopt;
+        bool entered = enter([&] { return leadsBack(folder) ? nullptr : files.openFolder(folder); });
+        return entered ? finish() : Findings{.failed = true};
+    }
+
+    Findings run(const std::string& folder, std::vector<platform::DirectoryEntry> entries) {
+        try {
+            levels_.push_back({.folder = platform::current().fileManager->openFolder(folder),
+                               .entries = std::move(entries)});
+            return finish();
+        } catch (const std::exception& exception) {
+            report(exception);
+            return {.failed = true};
         }
-        while (!levels_.empty()) {
-            if (stop_.stop_requested()) {
-                return std::nullopt;
-            }
-            if (!advance()) {
-                return std::nullopt;
-            }
-        }
-        return std::move(apps_);
     }
 
 private:
@@ -146,12 +182,27 @@ private:
         std::unique_ptr<platform::Folder> folder;
         std::vector<platform::DirectoryEntry> entries{};
         std::size_t next = 0;
-        std::size_t firstApp = 0; // where this folder's records begin
-        int linksCrossed = 0;
+        std::size_t firstFound = 0; // where this folder's findings begin
     };
 
-    bool leadsBack(const std::optional<std::string>& destination) const {
-        if (!destination || !applicationsFolder_ || !destination->starts_with(*applicationsFolder_)) {
+    Findings finish() {
+        while (!levels_.empty()) {
+            if (scan_.stop.stop_requested()) {
+                return {.failed = true};
+            }
+            advance();
+            if (links_ == Links::Later && ++steps_ % kStepsPerPart == 0) {
+                giveWorkAway();
+            }
+        }
+        scan_.threadIsFree = true;
+        return std::move(findings_);
+    }
+
+    bool leadsBack(const std::string& folder) const {
+        auto destination = platform::current().fileManager->destinationOfSymbolicLink(folder);
+        const auto& applications = scan_.applicationsFolder;
+        if (!destination || !applications || !destination->starts_with(*applications)) {
             return false;
         }
         platform::current().consoleLog->log("Warning: Symbolic link links back to itself.");
@@ -161,17 +212,17 @@ private:
     // Lists the folder that `open` gives (null: refused) and makes it the level to work on. A failure
     // concerns that folder alone.
     template <typename Open>
-    bool enter(int linksCrossed, Open open) {
+    bool enter(Open open) {
         try {
-            Level level{.folder = open(), .firstApp = apps_.size(), .linksCrossed = linksCrossed};
+            Level level{.folder = open(), .firstFound = findings_.found.size()};
             if (!level.folder) {
                 return false;
             }
             std::error_code error;
             level.entries = level.folder->entries(platform::Listing::FoldersAndLinks, error);
             if (error) {
-                platform::current().consoleLog->log("Unable to get contents of directory " +
-                                                    level.folder->path() + " - " + error.message());
+                platform::current().consoleLog->log(format("Unable to get contents of directory %@ - %@",
+                                                           level.folder->path(), error.message()));
                 return false;
             }
             if (levels_.size() >= kOpenLevels) {
@@ -185,22 +236,20 @@ private:
         }
     }
 
-    // Takes one entry of the deepest level, or leaves it. False when the top folder failed.
-    bool advance() {
+    // Takes one entry of the deepest level, or leaves it.
+    void advance() {
         auto& level = levels_.back();
         if (level.next == level.entries.size()) {
             levels_.pop_back();
-            return true;
+            return;
         }
         const platform::DirectoryEntry entry = std::move(level.entries[level.next++]);
         try {
             take(level, entry);
-            return true;
         } catch (const std::exception& exception) {
             report(exception);
-            apps_.resize(levels_.back().firstApp);
+            findings_.lose(levels_.size() - 1, levels_.back().firstFound);
             levels_.pop_back();
-            return !levels_.empty();
         }
     }
 
@@ -208,87 +257,97 @@ private:
         auto extension = platform::pathExtension(entry.name);
         if (extension.empty()) {
             if (level.folder->isFolder(entry) && !AppController::isFileBlacklisted(entry.name)) {
-                descend(level, entry);
+                descend(*level.folder, entry);
             }
             return;
         }
         if (platform::lowercase(extension) == "app" && level.folder->isFolder(entry)) {
-            if (auto app = appInBundle(*level.folder, entry.name)) {
-                apps_.push_back(std::move(app));
+            if (auto tool = toolInBundle(*level.folder, entry.name)) {
+                findings_.found.emplace_back(std::move(tool));
             }
         }
     }
 
-    void descend(Level& level, const platform::DirectoryEntry& entry) {
-        bool isLink = entry.kind == platform::EntryKind::Link;
-        if (isLink && level.linksCrossed > 0 && ++nestedLinks_ > kNestedLinkLimit) {
-            if (nestedLinks_ == kNestedLinkLimit + 1) {
-                platform::current().consoleLog->log(
-                    "Warning: Too many symbolic links inside linked folders; the rest are not followed.");
-            }
+    void descend(platform::Folder& folder, const platform::DirectoryEntry& entry) {
+        if (entry.kind != platform::EntryKind::Link) {
+            enter([&] { return folder.subfolder(entry); });
             return;
         }
-        auto& folder = *level.folder;
-        enter(level.linksCrossed + (isLink ? 1 : 0), [&]() -> std::unique_ptr<platform::Folder> {
-            if (isLink) {
-                auto path = folder.path() + "/" + entry.name;
-                if (leadsBack(platform::current().fileManager->destinationOfSymbolicLink(path))) {
-                    return nullptr;
-                }
-            }
-            return folder.subfolder(entry);
-        });
+        auto path = folder.path() + "/" + entry.name;
+        if (links_ == Links::Later) {
+            findings_.found.emplace_back(std::move(path));
+        } else if (++scan_.nestedLinks <= kNestedLinkLimit) {
+            enter([&] { return leadsBack(path) ? nullptr : folder.subfolder(entry); });
+        } else if (scan_.nestedLinks == kNestedLinkLimit + 1) {
+            platform::current().consoleLog->log(
+                "Warning: Too many symbolic links inside linked folders; the rest are not followed.");
+        }
     }
 
-    // Null unless the bundle is one of the suite's tools.
-    static std::shared_ptr<VTLaunchApp> appInBundle(platform::Folder& folder, const std::string& name) {
-        auto contents = [&](const char* path) {
-            return folder.contents(name + path, platform::kPropertyListMaximumBytes);
+    // Lets a free thread have half of what is left to do at the highest level that has anything left. All
+    // of it comes behind what this walk keeps.
+    void giveWorkAway() {
+        auto level = std::ranges::find_if(
+            levels_, [](const Level& candidate) { return candidate.next < candidate.entries.size(); });
+        if (level == levels_.end() || !scan_.threadIsFree.exchange(false)) {
+            return;
+        }
+        auto middle =
+            level->entries.begin() + static_cast<std::ptrdiff_t>((level->next + level->entries.size()) / 2);
+        std::vector<platform::DirectoryEntry> entries;
+        std::move(middle, level->entries.end(), std::back_inserter(entries));
+        level->entries.erase(middle, level->entries.end());
+        auto walk = [&scan = scan_, folder = level->folder->path(), entries = std::move(entries)]() mutable {
+            return Walk(scan, Links::Later).run(folder, std::move(entries));
         };
-        auto descriptorFile = contents("/Contents/Resources/VTApp.plist");
-        if (!descriptorFile.exists) {
-            descriptorFile = contents("/Contents/VTApp.plist");
-        }
-        if (!descriptorFile.exists) {
-            return nullptr;
-        }
-        auto info = dictionaryIn(contents("/Contents/Info.plist"));
-        auto bundleID = stringForKey(info, "CFBundleIdentifier");
-        auto title = stringForKey(info, "CFBundleName");
-        if (!bundleID || !bundleID->starts_with(kSuitePrefix) || !title) {
-            return nullptr;
-        }
-        auto descriptor = dictionaryIn(descriptorFile);
-        auto groupName = stringForKey(descriptor, "VTGroupName");
-        if (!groupName) {
-            groupName = stringForKey(dictionaryIn(contents("/Contents/VTUpdates.plist")), "VTGroupName");
-        }
-        auto path = folder.path() + "/" + name;
-        auto app = std::make_shared<VTLaunchApp>();
-        app->setTitle(std::move(title));
-        app->setIcon(platform::current().workspace->iconForFile(path));
-        app->setDescription(stringForKey(descriptor, "VTAppDescription"));
-        app->setGroupName(std::move(groupName));
-        app->setBundleID(std::move(bundleID));
-        app->setAppPath(std::move(path));
-        return app;
+        findings_.parts.push_back({.depth = static_cast<std::size_t>(level - levels_.begin()),
+                                   .firstFound = level->firstFound,
+                                   .findings = std::async(std::move(walk))});
     }
 
     static void report(const std::exception& exception) {
         VTException::logException(exception, "-[AppController appsForFolder:]");
     }
 
-    std::stop_token stop_;
-    std::optional<std::string> applicationsFolder_;
+    Scan& scan_;
+    Links links_;
     std::vector<Level> levels_;
-    AppList apps_;
-    int nestedLinks_ = 0;
+    Findings findings_;
+    int steps_ = 0;
 };
+
+// Joins what was found in parts; absent when the top folder failed.
+std::optional<std::vector<Found>> joined(Findings findings) {
+    while (!findings.parts.empty()) {
+        auto part = std::move(findings.parts.back());
+        findings.parts.pop_back();
+        if (auto found = joined(part.findings.get())) {
+            std::ranges::move(*found, std::back_inserter(findings.found));
+        } else {
+            findings.lose(part.depth, part.firstFound);
+        }
+    }
+    return findings.failed ? std::nullopt : std::optional(std::move(findings.found));
+}
 
 } // namespace
 
 std::optional<AppList> AppController::appsForFolder(const std::string& folder, std::stop_token stop) {
-    return Walk(std::move(stop)).run(folder);
+    Scan scan{.stop = std::move(stop)};
+    auto found = joined(Walk(scan, Walk::Links::Later).run(folder));
+    if (!found) {
+        return std::nullopt;
+    }
+    AppList apps;
+    auto take = [&apps](Found& item) { apps.push_back(std::move(std::get<0>(item))); };
+    for (auto& item : *found) {
+        if (const auto* linkedFolder = std::get_if<std::string>(&item)) {
+            std::ranges::for_each(Walk(scan, Walk::Links::AtOnce).run(*linkedFolder).found, take);
+        } else {
+            take(item);
+        }
+    }
+    return scan.stop.stop_requested() ? std::nullopt : std::optional(std::move(apps));
 }
 
 bool AppController::isFileBlacklisted(std::string_view path) {

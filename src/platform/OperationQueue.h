@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
@@ -31,15 +32,17 @@ public:
             std::lock_guard lock(mutex_);
             closed_ = true;
         }
-        added_.notify_one();
+        wake_.notify_one();
         thread_.join();
     }
 
     OperationQueue(const OperationQueue&) = delete;
     OperationQueue& operator=(const OperationQueue&) = delete;
 
-    // Any thread.
+    // A queue with nothing else to do may take a millisecond to begin, unless somebody waits for it. Any
+    // thread.
     void addOperation(Operation operation) {
+        bool wasAsleep = false;
         {
             std::lock_guard lock(mutex_);
             if (performing_ == this) {
@@ -49,8 +52,11 @@ public:
             }
             addedOutside_.push_back(std::move(operation));
             ++countAddedOutside_;
+            wasAsleep = std::exchange(asleep_, false);
         }
-        added_.notify_one();
+        if (wasAsleep) {
+            wake_.notify_one();
+        }
     }
 
     // How many operations wait or are being performed. Any thread.
@@ -67,33 +73,42 @@ public:
             return;
         }
         std::unique_lock lock(mutex_);
+        ++waiters_;
+        wake_.notify_one();
         // Operations added inside go first, so they put off the moment by their own number.
         finished_.wait(
             lock, [this, count = countAddedOutside_] { return countFinished_ >= count + countAddedInside_; });
+        --waiters_;
     }
 
 private:
     void performUntilClosed() {
         performing_ = this;
         std::vector<Operation> operations;
-        for (;;) {
-            {
-                std::unique_lock lock(mutex_);
-                added_.wait(lock, [this] { return closed_ || !addedOutside_.empty(); });
-                if (closed_) {
-                    return;
-                }
-                operations.swap(addedOutside_);
-            }
-            if (!performAll(operations)) {
-                return;
-            }
+        while (takeWaiting(operations) && performAll(operations)) {
             // Both lists keep their memory for the next operations, but not that of a long backlog.
             operations.clear();
             if (operations.capacity() > kCapacityKept) {
                 operations.shrink_to_fit();
             }
         }
+    }
+
+    // Waits for operations and takes them all. False when the queue has been closed.
+    bool takeWaiting(std::vector<Operation>& operations) {
+        std::unique_lock lock(mutex_);
+        // To wake a sleeping thread costs a caller many times what adding costs. After work the thread
+        // therefore looks again by itself, and falls asleep only when nothing has come meanwhile.
+        if (addedOutside_.empty()) {
+            wake_.wait_for(lock, std::chrono::milliseconds(1), [this] { return closed_ || waiters_ > 0; });
+        }
+        if (addedOutside_.empty() && !closed_) {
+            asleep_ = true;
+            wake_.wait(lock, [this] { return closed_ || !addedOutside_.empty(); });
+            asleep_ = false;
+        }
+        operations.swap(addedOutside_);
+        return !closed_;
     }
 
     // False when the queue has been closed.
@@ -109,8 +124,10 @@ private:
                 if (closed_) {
                     return false;
                 }
+                if (waiters_ > 0) {
+                    finished_.notify_all();
+                }
             }
-            finished_.notify_all();
             if (!performAll(inside)) {
                 return false;
             }
@@ -125,14 +142,16 @@ private:
 
     const Perform perform_;
 
-    mutable std::mutex mutex_; // for all that follow
-    std::condition_variable added_;
-    std::condition_variable finished_;
+    mutable std::mutex mutex_;         // for all that follow
+    std::condition_variable wake_;     // awaited by the queue's thread alone
+    std::condition_variable finished_; // awaited by the waiters
     std::vector<Operation> addedOutside_;
-    std::vector<Operation> addedInside_; // while the operations now performed run
+    std::vector<Operation> addedInside_; // by the operations that are being performed
     std::uint64_t countAddedOutside_ = 0;
     std::uint64_t countAddedInside_ = 0;
     std::uint64_t countFinished_ = 0;
+    std::size_t waiters_ = 0;
+    bool asleep_ = false; // the queue's thread, until somebody wakes it
     bool closed_ = false;
 
     std::thread thread_; // last: it uses all of the above

@@ -11,7 +11,8 @@ namespace platform {
 
 enum class PropertyListFormat { Xml, Binary };
 
-// What the reader accepts; anything beyond counts as damaged.
+// What the reader accepts; anything beyond counts as damaged. The bytes are those of the file and, once
+// more, of all texts and data in it: a binary file may refer to one of them many times.
 constexpr std::size_t kPropertyListMaximumBytes = std::size_t{16} << 20;
 constexpr std::size_t kPropertyListMaximumNodes = 1'000'000;
 constexpr std::size_t kPropertyListMaximumDepth = 512;
@@ -23,8 +24,9 @@ constexpr std::size_t kPropertyListMaximumDepth = 512;
 std::optional<PropertyList> parsePropertyList(std::string_view bytes);
 
 // The list as a file's bytes. A list deeper or larger than the reader's limits throws `Exception`
-// ("NSInvalidArgumentException"), so that nothing is written that could not be read back. XML keeps
-// dates to the second, binary keeps their fractions.
+// ("NSInvalidArgumentException"), so that nothing is written that could not be read back; so do text
+// that is not UTF-8 and dates that are no number, and in XML text with a zero byte and dates outside the
+// years 0 to 9999. XML keeps dates to the second, binary keeps their fractions.
 std::string serializePropertyList(const PropertyList& list, PropertyListFormat format);
 
 // The dictionary in the file at `path`. Absent when the file is missing, unreadable, no regular file,

@@ -43,7 +43,7 @@ const UCaseMap* rootCaseMap() {
 using CaseFunction = int32_t (*)(const UCaseMap*, char*, int32_t, const char*, int32_t, UErrorCode*);
 
 std::string mapCase(std::string_view text, CaseFunction function) {
-    // Case mapping at most triples the length of UTF-8 text; a replaced byte becomes three.
+    // Case mapping at most triples the length of UTF-8 text.
     std::string mapped(text.size() * 3, '\0');
     UErrorCode status = U_ZERO_ERROR;
     int32_t length = function(rootCaseMap(), mapped.data(), static_cast<int32_t>(mapped.size()), text.data(),

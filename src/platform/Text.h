@@ -6,8 +6,8 @@
 
 namespace platform {
 
-// Text is UTF-8. Bytes that are not UTF-8 never fail: each broken-off sequence, and each byte that can
-// start none, counts as one replacement character.
+// Text is UTF-8. Bytes that are not UTF-8 never make a call fail: each broken-off sequence, and each byte
+// that can start none, counts as one character. Mapping to another case keeps them as they are.
 // No function here depends on the locale. Any thread.
 
 bool isValidUtf8(std::string_view text);
@@ -22,7 +22,8 @@ std::size_t lengthOfLastCharacter(std::string_view text);
 std::string lowercase(std::string_view text);
 
 // The same key for two texts exactly when they are canonical caseless matches (Unicode, D145). Keys
-// compare byte by byte, which is code-point order of the folded texts.
+// compare byte by byte, which is code-point order of the folded texts. A replacement character stands for
+// what is not UTF-8.
 std::string caseInsensitiveKey(std::string_view text);
 
 // The text with full Unicode case folding. Folders are listed by the folded names, ties by the names.

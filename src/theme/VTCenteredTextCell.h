@@ -36,7 +36,9 @@ public:
     std::optional<int> lineCount() const { return lineCount_; }
     void setLineCount(std::optional<int> lineCount) { lineCount_ = lineCount; }
 
-    // Whether the text is a title: bold, on one line, with a shadow.
+    // Whether the text is a title: bold, with a shadow, on one line that ends in an ellipsis when it is too
+    // long. Otherwise it is a description: as many lines as the cell has room for, four at most, the last
+    // with an ellipsis when there would be more.
     bool hasShadow() const { return hasShadow_; }
     void setHasShadow(bool hasShadow) { hasShadow_ = hasShadow; }
 

@@ -265,7 +265,7 @@ def _photographed_on_failure(test):
         except unittest.SkipTest:
             raise
         except BaseException:
-            take_picture(os.path.join(FAILURES, self.id() + ".png"))
+            take_picture(os.path.join(FAILURES, self.id().removeprefix("__main__.") + ".png"))
             raise
 
     return wrapper

@@ -17,6 +17,7 @@ namespace {
 constexpr const char* kLoginManager = "org.freedesktop.login1";
 constexpr const char* kSeatPath = "/org/freedesktop/login1/seat/seat0";
 constexpr const char* kMock = "org.freedesktop.DBus.Mock";
+constexpr const char* kProperties = "org.freedesktop.DBus.Properties";
 
 using Name = std::optional<std::string>;
 
@@ -42,12 +43,13 @@ public:
              identifier, seat, 1000U, user, 1);
     }
     void setText(const char* session, const char* property, const char* value) {
-        call(connection_.get(), kLoginManager, sessionPath(session).c_str(), kMock, "UpdateProperties",
-             "sa{sv}", "", 1, property, "s", value);
+        call(connection_.get(), kLoginManager, sessionPath(session).c_str(), kProperties, "Set", "ssv",
+             "org.freedesktop.login1.Session", property, "s", value);
     }
     void setActiveSession(const std::string& session) {
-        call(connection_.get(), kLoginManager, kSeatPath, kMock, "UpdateProperties", "sa{sv}", "", 1,
-             "ActiveSession", "(so)", session.c_str(), session.empty() ? "/" : sessionPath(session).c_str());
+        call(connection_.get(), kLoginManager, kSeatPath, kProperties, "Set", "ssv",
+             "org.freedesktop.login1.Seat", "ActiveSession", "(so)", session.c_str(),
+             session.empty() ? "/" : sessionPath(session).c_str());
     }
 
 private:

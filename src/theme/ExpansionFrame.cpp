@@ -1,24 +1,19 @@
 #include "ExpansionFrame.h"
 
-#include "DarkPalette.h"
-
+#include <QAbstractScrollArea>
 #include <QApplication>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QScreen>
 #include <algorithm>
 #include <cmath>
 
 static constexpr int kSideMargin = 6;
 static constexpr int kEdgeMargin = 3; // above and below
 
-ExpansionFrame::ExpansionFrame(QWidget* view)
-    : QWidget(view, Qt::ToolTip | Qt::FramelessWindowHint | Qt::WindowTransparentForInput |
-                        Qt::WindowDoesNotAcceptFocus),
-      view_(view) {
-    setAttribute(Qt::WA_ShowWithoutActivating);
+ExpansionFrame::ExpansionFrame(QAbstractScrollArea* view) : QWidget(view), viewport_(view->viewport()) {
     setAttribute(Qt::WA_TransparentForMouseEvents);
     setFocusPolicy(Qt::NoFocus);
+    hide();
 }
 
 void ExpansionFrame::showCell(const VTCenteredTextCell& cell, const QRectF& frame, const QRect& source) {
@@ -29,19 +24,20 @@ void ExpansionFrame::showCell(const VTCenteredTextCell& cell, const QRectF& fram
         text += QLatin1Char('\n') + *cell.subtitle();
     setAccessibleName(text);
 
-    const QRect screen = view_->screen()->availableGeometry();
-    const double width = std::min(std::ceil(frame.width()), screen.width() - 2.0 * kSideMargin);
+    const QRect room = viewport_->geometry();
+    const double width = std::min(std::ceil(frame.width()), room.width() - 2.0 * kSideMargin);
     const double height = std::ceil(cell.expandedHeight(width));
-    QRect place(view_->mapToGlobal(frame.topLeft().toPoint()), QSizeF(width, height).toSize());
+    QRect place(viewport_->mapToParent(frame.topLeft().toPoint()), QSizeF(width, height).toSize());
     place.adjust(-kSideMargin, -kEdgeMargin, kSideMargin, kEdgeMargin);
-    place.moveRight(std::min(place.right(), screen.right()));
-    place.moveLeft(std::max(place.left(), screen.left()));
-    place.moveBottom(std::min(place.bottom(), screen.bottom()));
-    place.moveTop(std::max(place.top(), screen.top()));
+    place.moveRight(std::min(place.right(), room.right()));
+    place.moveLeft(std::max(place.left(), room.left()));
+    place.moveBottom(std::min(place.bottom(), room.bottom()));
+    place.moveTop(std::max(place.top(), room.top()));
     setGeometry(place);
     // Keys go to whichever widget has the focus: watch them all, but only while the frame is shown.
     qApp->installEventFilter(this);
     show();
+    raise();
     update();
 }
 
@@ -70,10 +66,10 @@ bool ExpansionFrame::eventFilter(QObject* watched, QEvent* event) {
         break;
     case QEvent::Leave:
     case QEvent::Hide:
-        dismiss = watched == view_;
+        dismiss = watched == viewport_;
         break;
     case QEvent::MouseMove:
-        dismiss = watched == view_ && !source_.contains(static_cast<QMouseEvent*>(event)->pos());
+        dismiss = watched == viewport_ && !source_.contains(static_cast<QMouseEvent*>(event)->pos());
         break;
     default:
         break;

@@ -41,7 +41,7 @@ theme::Gradient bandGradient() {
 } // namespace
 
 VTAlternateBlackTableView::VTAlternateBlackTableView(QWidget* parent)
-    : QTableView(parent), expansionFrame_(new ExpansionFrame(viewport())) {
+    : QTableView(parent), expansionFrame_(new ExpansionFrame(this)) {
     setFrameShape(QFrame::NoFrame);
     viewport()->setAutoFillBackground(false);
     setShowGrid(false); // the style would choose the colour of its lines

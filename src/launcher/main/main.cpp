@@ -15,8 +15,10 @@
 #include "linux/LinuxUsers.h"
 
 #include <QApplication>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <string_view>
 #include <unistd.h>
 
 namespace {
@@ -42,7 +44,20 @@ void reportFatalMessages(QtMsgType type, const QMessageLogContext&, const QStrin
     }
 }
 
+bool hasDisplay(int argc, char** argv) {
+    auto isSet = [](const char* variable) { return !qEnvironmentVariableIsEmpty(variable); };
+    return isSet("DISPLAY") || isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM") ||
+           std::any_of(argv + 1, argv + argc,
+                       [](std::string_view argument) { return argument == "-platform"; });
+}
+
 int openPanel(int argc, char** argv) {
+    if (!hasDisplay(argc, argv)) {
+        std::fputs("Launcher: there is no X or Wayland display to open the panel on.\n"
+                   "Launcher --list prints the tools without one.\n",
+                   stderr);
+        return 1;
+    }
     qInstallMessageHandler(reportFatalMessages);
     QApplication application(argc, argv);
     if (argc > 1) {

@@ -3,7 +3,6 @@
 #include "FolderPath.h"
 #include "Platform.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <string_view>
@@ -25,18 +24,19 @@ std::string prettyName() {
             continue;
         }
         static constexpr std::string_view kKey = "\nPRETTY_NAME=";
-        text->insert(0, 1, '\n');
-        auto start = text->find(kKey);
+        auto lines = "\n" + *text;
+        auto start = lines.find(kKey);
         if (start == std::string::npos) {
             continue;
         }
-        auto value = text->substr(start + kKey.size());
-        value.resize(std::min(value.find('\n'), value.size()));
-        if (value.size() >= 2 && (value.front() == '"' || value.front() == '\'') &&
-            value.back() == value.front()) {
-            value = value.substr(1, value.size() - 2);
+        start += kKey.size();
+        auto value = std::string_view(lines).substr(start, lines.find('\n', start) - start);
+        bool isQuoted = value.size() >= 2 && (value.front() == '"' || value.front() == '\'') &&
+                        value.back() == value.front();
+        value = isQuoted ? value.substr(1, value.size() - 2) : value;
+        if (!value.empty()) {
+            return std::string(value);
         }
-        return value;
     }
     return "Linux";
 }

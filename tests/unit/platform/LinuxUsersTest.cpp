@@ -1,5 +1,6 @@
 #include "linux/LinuxUsers.h"
 
+#include "MuteSocket.h"
 #include "PrivateBus.h"
 #include "TestSandbox.h"
 
@@ -8,8 +9,6 @@
 #include <gtest/gtest.h>
 #include <optional>
 #include <pwd.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace {
@@ -203,16 +202,9 @@ TEST_F(LinuxUsers, WithoutALoginManagerTheInvokingUserStandsInForRoot) {
 }
 
 TEST_F(LinuxUsers, DoesNotWaitForABusThatNeverAnswers) {
-    const auto path = sandbox::folder() + "/mute";
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    int listening = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    ASSERT_EQ(bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    ASSERT_EQ(listen(listening, 5), 0);
-    setenv("DBUS_SYSTEM_BUS_ADDRESS", ("unix:path=" + path).c_str(), 1);
+    MuteSocket mute;
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", MuteSocket::address().c_str(), 1);
     EXPECT_TRUE(givesUpSoon(std::nullopt));
-    close(listening);
 }
 
 TEST_F(LinuxUsers, DoesNotWaitForALoginManagerThatNeverAnswers) {

@@ -32,6 +32,7 @@ void expectStableRoundTrip(const PropertyList& list, PropertyListFormat format) 
 
 } // namespace
 
+// NOLINTNEXTLINE(readability-identifier-naming): the name is libFuzzer's.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     auto list = parsePropertyList({reinterpret_cast<const char*>(data), size});
     if (list) {

@@ -2,6 +2,7 @@
 
 #include <QImage>
 #include <QPainter>
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <vector>
@@ -25,21 +26,23 @@ std::array<int, 3> boxRadii(double deviation) {
     return radii;
 }
 
-// Averages a row or column in place; what lies beyond its ends counts as transparent.
-void boxAverage(uchar* first, qsizetype stride, std::vector<uchar>& line, int radius) {
-    const int count = static_cast<int>(line.size());
+// Averages a row or column in place; what lies beyond its ends counts as transparent. `copy` is as long as
+// the line is.
+void boxAverage(uchar* first, qsizetype stride, std::vector<uchar>& copy, int radius) {
+    const int count = static_cast<int>(copy.size());
+    uchar* line = copy.data();
     for (int i = 0; i < count; ++i)
-        line[static_cast<std::size_t>(i)] = first[i * stride];
+        line[i] = first[i * stride];
     const int width = 2 * radius + 1;
     int sum = width / 2;
     for (int i = 0; i < std::min(radius, count); ++i)
-        sum += line[static_cast<std::size_t>(i)];
+        sum += line[i];
     for (int i = 0; i < count; ++i) {
         if (i + radius < count)
-            sum += line[static_cast<std::size_t>(i + radius)];
+            sum += line[i + radius];
         first[i * stride] = static_cast<uchar>(sum / width);
         if (i - radius >= 0)
-            sum -= line[static_cast<std::size_t>(i - radius)];
+            sum -= line[i - radius];
     }
 }
 

@@ -52,8 +52,13 @@ public:
     }
 
 private:
-    static std::string notes() { return sandbox::folder() + "/opener notes"; }
+    static std::string notes() { return sandbox::folder() + "/notes"; }
 };
+
+// Is the signal in this set, a line of /proc/PID/status?
+bool contains(const std::string& line, int signal) {
+    return (std::stoull(line.substr(line.find('\t') + 1), nullptr, 16) >> (signal - 1) & 1) != 0;
+}
 
 // A file manager on the bus that answers one call, or refuses it.
 class FileManager {
@@ -176,8 +181,8 @@ TEST(FileBrowser, OpensTheFolderWhenThereIsNoBus) {
     const auto process = Opener::line(2); // its number and that of its session
     EXPECT_EQ(process.substr(0, process.find(' ')), process.substr(process.find(' ') + 1));
     EXPECT_EQ(Opener::line(3), "/dev/null");
-    EXPECT_EQ(Opener::line(4), "SigBlk:\t0000000000000000");
-    EXPECT_EQ(Opener::line(5), "SigIgn:\t0000000000000000");
+    EXPECT_FALSE(contains(Opener::line(4), SIGTERM));
+    EXPECT_FALSE(contains(Opener::line(5), SIGPIPE));
 }
 
 TEST(FileBrowser, IsSilentWhenThereIsNothingToOpenWith) {

@@ -168,6 +168,7 @@ TEST(XmlPropertyListReader, WhatIsNotOneValueInOneRootIsDamaged) {
                              "<plist><true/></plist><plist><true/></plist>",
                              "x<plist><true/></plist>",
                              "<PLIST><true/></PLIST>",
+                             "<list><true/></plist>",
                              "<plist><plist><true/></plist></plist>",
                              "<plist>x<true/></plist>",
                              "<plist><true/>x</plist>",
@@ -190,6 +191,7 @@ TEST(XmlPropertyListReader, WhatIsNotOneValueInOneRootIsDamaged) {
 TEST(XmlPropertyListReader, UnbalancedAndUnknownElementsAreDamage) {
     for (const char* text : {"<dict><key>a</key></dict>",
                              "<dict><true/></dict>",
+                             "<dict><string>a</string><true/></dict>",
                              "<dict><key>a</key><key>b</key><true/></dict>",
                              "<dict>x</dict>",
                              "<dict><key>a</key>x<true/></dict>",
@@ -222,8 +224,8 @@ TEST(XmlPropertyListReader, UnbalancedAndUnknownElementsAreDamage) {
 
 TEST(XmlPropertyListReader, ADocumentTypeBringsNoDefinitions) {
     for (const char* text :
-         {"<!DOCTYPE plist [<!ENTITY a 'b'>]>", "<!DOCTYPE plist []>", "<!DOCTYPE plist <x>",
-          "<!ENTITY a 'b'>", "<!DOCTYPE plist \"a>", "<!DOCTYPE plist 'a>"}) {
+         {"<!DOCTYPE plist [<!ENTITY a 'b'>]>", "<!DOCTYPE plist []>", "<!DOCTYPE plist [[>",
+          "<!DOCTYPE plist <x>", "<!ENTITY a 'b'>", "<!DOCTYPE plist \"a>", "<!DOCTYPE plist 'a>"}) {
         EXPECT_EQ(parsePropertyList(std::string(text) + "<plist><true/></plist>"), std::nullopt) << text;
     }
     std::string bomb = "<!DOCTYPE plist [<!ENTITY a0 'ha'>";

@@ -62,7 +62,7 @@ TEST(ShadowTest, IsAsWideInPointsOnADenseScreen) {
     const QImage plain = shadowOfSquare(shadow, 1);
     const QImage dense = shadowOfSquare(shadow, 2);
     for (int x = 10; x < 50; ++x)
-        EXPECT_NEAR(alphaAt(plain, x, 34), (alphaAt(dense, 2 * x, 68) + alphaAt(dense, 2 * x + 1, 68)) / 2,
+        EXPECT_NEAR(alphaAt(plain, x, 34), (alphaAt(dense, 2 * x, 68) + alphaAt(dense, 2 * x + 1, 68)) / 2.0,
                     14)
             << x;
 }

@@ -18,7 +18,7 @@ namespace {
 constexpr char kLongTitle[] = "A title that is much too long for the narrow column it is in";
 
 class TextCellDelegateTest : public testing::Test {
-protected:
+public:
     TextCellDelegateTest() : model_(20, 2) {
         model_.setItem(0, 0, new QStandardItem(kLongTitle));
         model_.setItem(1, 0, new QStandardItem("Short"));

@@ -16,7 +16,7 @@ namespace {
 const QColor kBackground(0, 0, 100);
 
 class TableTest : public testing::Test {
-protected:
+public:
     TableTest() : model_(20, 2) {
         table_.resize(300, 400);
         table_.setModel(&model_);

@@ -155,15 +155,15 @@ void expectEveryEntry(const VTBlackButtonCell& cell, double from, double to) {
 
 namespace theme {
 // So that a failing comparison shows both values.
-void PrintTo(const Colour& colour, std::ostream* stream) {
-    *stream << std::setprecision(17) << "kind " << static_cast<int>(colour.kind) << " (" << colour.red << ", "
-            << colour.green << ", " << colour.blue << ", " << colour.alpha << ") " << colour.name;
+static std::ostream& operator<<(std::ostream& stream, const Colour& colour) {
+    return stream << std::setprecision(17) << "kind " << static_cast<int>(colour.kind) << " (" << colour.red
+                  << ", " << colour.green << ", " << colour.blue << ", " << colour.alpha << ") "
+                  << colour.name;
 }
-void PrintTo(const Gradient& gradient, std::ostream* stream) {
-    for (const Gradient::Stop& stop : gradient.stops) {
-        PrintTo(stop.colour, stream);
-        *stream << " at " << stop.location << "; ";
-    }
+static std::ostream& operator<<(std::ostream& stream, const Gradient& gradient) {
+    for (const Gradient::Stop& stop : gradient.stops)
+        stream << stop.colour << " at " << stop.location << "; ";
+    return stream;
 }
 } // namespace theme
 

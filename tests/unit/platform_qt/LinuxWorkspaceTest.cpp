@@ -1,0 +1,43 @@
+#include "LinuxWorkspace.h"
+
+#include "TestSandbox.h"
+
+#include <QImage>
+#include <cstdlib>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+TEST(LinuxWorkspace, HasAnIconForEveryFile) {
+    platform::LinuxWorkspace workspace;
+    for (const char* path : {"", "/nonexistent", "/nonexistent/Tool.app"}) {
+        auto icon = workspace.iconForFile(path);
+        ASSERT_TRUE(icon) << path;
+        EXPECT_TRUE(icon->render(48).pixels.empty()) << path;
+    }
+}
+
+TEST(LinuxWorkspace, TakesTheIconFromTheBundle) {
+    const auto bundle = sandbox::folder() + "/Tool.app";
+    sandbox::writeFile(
+        bundle + "/Contents/Info.plist",
+        "<plist version=\"1.0\"><dict><key>CFBundleIconFile</key><string>icon.png</string></dict></plist>");
+    sandbox::makeFolder(bundle + "/Contents/Resources");
+    QImage image(4, 4, QImage::Format_RGB32);
+    image.fill(0xFF102030);
+    ASSERT_TRUE(image.save(QString::fromStdString(bundle + "/Contents/Resources/icon.png")));
+    auto bitmap = platform::LinuxWorkspace().iconForFile(bundle)->render(2);
+    EXPECT_EQ(bitmap.pixels, std::vector<std::uint32_t>(4, 0xFF102030));
+}
+
+TEST(LinuxWorkspace, ShowsFilesWithoutWaitingForTheOtherProgram) {
+    // There is no bus, and what stands in for the desktop's opener waits until somebody listens to it.
+    const auto pipe = sandbox::folder() + "/pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const auto opener = sandbox::folder() + "/bin/xdg-open";
+    sandbox::writeFile(opener, "#!/bin/sh\necho \"$1\" > " + pipe + "\n");
+    std::filesystem::permissions(opener, std::filesystem::perms::owner_all);
+    setenv("PATH", (sandbox::folder() + "/bin").c_str(), 1);
+    platform::LinuxWorkspace().selectFile("/a folder/file", "/a folder"); // whose workspace is gone by now
+    EXPECT_EQ(sandbox::readFile(pipe), "file:///a%20folder\n");
+}

@@ -72,7 +72,7 @@ void fromCallers(int callers, const Log& log) {
 
 // 60 characters.
 void logEntry(int caller, int entry) {
-    VTLog::fastAppendLog("caller %d has written entry %07d of a text telling a lot", caller, entry);
+    VTLog::fastAppendLog("caller %d has written entry %07d of a text telling a lot.", caller, entry);
 }
 
 double ownRound(int callers) {
@@ -84,15 +84,22 @@ double ownRound(int callers) {
     });
 }
 
-double spdlogRound(int callers) {
+std::shared_ptr<spdlog::logger> makeSpdlogLogger() {
     spdlog::init_thread_pool(8192, 1);
     auto logger =
         spdlog::rotating_logger_mt<spdlog::async_factory>("bench", folder + "/spdlog.log", kFileSize, kFiles);
     logger->set_pattern("%Y-%m-%d %H:%M:%S %z - %v");
+    return logger;
+}
+
+void logEntry(spdlog::logger& logger, int caller, int entry) {
+    logger.info("caller {} has written entry {:07} of a text telling a lot.", caller, entry);
+}
+
+double spdlogRound(int callers) {
+    auto logger = makeSpdlogLogger();
     return timed([&] {
-        fromCallers(callers, [&logger](int caller, int entry) {
-            logger->info("caller {} has written entry {:07} of a text telling a lot", caller, entry);
-        });
+        fromCallers(callers, [&logger](int caller, int entry) { logEntry(*logger, caller, entry); });
         logger.reset();
         spdlog::shutdown(); // ends the worker when the queue is empty, and closes the file
     });
@@ -153,33 +160,47 @@ void againstWritePerLine(benchmark::State& state) {
     compare(state, "write", bareRound);
 }
 
-// What one call of fastAppendLog costs, with a pause between calls. After a long one the writer sleeps and
-// must be woken.
-void callCost(benchmark::State& state) {
-    const auto pause = std::chrono::microseconds(state.range(0));
-    const auto calls = isTiny() ? 100 : pause.count() > 0 ? 1'000'000 / pause.count() : 1'000'000;
+// What `calls` calls cost, in nanoseconds and sorted, with a pause after each.
+template <typename Log>
+std::vector<double> callCosts(std::int64_t calls, std::chrono::microseconds pause, const Log& log) {
     std::vector<double> costs;
-    for (auto _ : state) {
-        VTLog::createNewLog();
-        VTLog::finishWriting();
-        for (int entry = 0; entry < calls; ++entry) {
-            const auto start = Clock::now();
-            logEntry(0, entry);
-            const auto end = Clock::now();
-            costs.push_back(seconds(end - start) * 1e9);
-            while (Clock::now() - end < pause) {
-            }
+    costs.reserve(static_cast<std::size_t>(calls));
+    for (int entry = 0; entry < calls; ++entry) {
+        const auto start = Clock::now();
+        log(entry);
+        costs.push_back(seconds(Clock::now() - start) * 1e9);
+        if (pause.count() > 0) {
+            std::this_thread::sleep_for(pause);
         }
-        VTLog::finishWriting();
     }
     std::ranges::sort(costs);
+    return costs;
+}
+
+void report(benchmark::State& state, const std::string& name, const std::vector<double>& costs) {
     auto quantile = [&costs](double part) {
         return costs[static_cast<std::size_t>(part * static_cast<double>(costs.size() - 1))];
     };
-    state.counters["p50_ns"] = quantile(0.5);
-    state.counters["p99_ns"] = quantile(0.99);
-    state.counters["p99.9_ns"] = quantile(0.999);
-    state.counters["max_ns"] = costs.back();
+    state.counters[name + " p50_ns"] = quantile(0.5);
+    state.counters[name + " p99_ns"] = quantile(0.99);
+    state.counters[name + " p99.9_ns"] = quantile(0.999);
+    state.counters[name + " max_ns"] = costs.back();
+}
+
+// What one call costs its caller. After a long pause the writer sleeps and must be woken.
+void callCost(benchmark::State& state) {
+    const auto pause = std::chrono::microseconds(state.range(0));
+    const auto calls = isTiny() ? 100 : pause.count() > 0 ? 500'000 / pause.count() : 1'000'000;
+    for (auto _ : state) {
+        VTLog::createNewLog();
+        VTLog::finishWriting();
+        report(state, "VTLog", callCosts(calls, pause, [](int entry) { logEntry(0, entry); }));
+        VTLog::finishWriting();
+        auto logger = makeSpdlogLogger();
+        report(state, "spdlog", callCosts(calls, pause, [&](int entry) { logEntry(*logger, 0, entry); }));
+        logger.reset();
+        spdlog::shutdown();
+    }
 }
 
 // As many entries as the five files hold, counted there.
@@ -214,7 +235,7 @@ void fiveFiles(benchmark::State& state) {
                 }
                 if (entry != next[static_cast<std::size_t>(caller)]++ ||
                     line.substr(28) !=
-                        format("caller %d has written entry %07d of a text telling a lot", caller, entry)) {
+                        format("caller %d has written entry %07d of a text telling a lot.", caller, entry)) {
                     state.SkipWithError(("torn or out of order: " + line).c_str());
                     return;
                 }

@@ -24,8 +24,11 @@ constexpr int kNestedLinkLimit = 4096;
 // Levels of a walk that keep their descriptor; those above give it back until the walk returns to them.
 constexpr std::size_t kOpenLevels = 32;
 
-// Entries that a walk looks at before it gives work away: many enough to be worth a thread.
+// Entries that a walk looks at before it gives work away: enough of them to be worth a thread.
 constexpr int kStepsPerPart = 256;
+
+// A part runs on a thread of its own, or when its findings are asked for if none can be started.
+constexpr auto kWhenPossible = std::launch::async | std::launch::deferred;
 
 struct NameTest {
     enum class Kind { Starts, Is, Contains };
@@ -125,10 +128,10 @@ struct Findings {
     void lose(std::size_t depth, std::size_t firstFound);
 };
 
-// The last entries of a folder, walked by another thread.
+// The last entries of a folder, given away to another thread.
 struct Part {
-    std::size_t depth; // of the folder in the walk that gave it away, and where its findings begin there
-    std::size_t firstFound;
+    std::size_t depth;      // of the folder in the walk that gave it away,
+    std::size_t firstFound; // and where its findings begin there
     std::future<Findings> findings;
 };
 
@@ -151,9 +154,8 @@ struct Scan {
 // Walks a folder. The recursion is a list of levels, so that its depth costs neither stack nor
 // descriptors.
 //
-// Linked folders wait until the rest has been walked, then come one after the other: their walks follow
-// links within them at once and share no work, so that the bound on such links falls where it would have
-// fallen without threads.
+// Linked folders wait until all others have been walked and are then walked in listing order by one
+// thread, links inside them at once. So it does not depend on the threads which links the bound cuts off.
 class Walk {
 public:
     enum class Links { Later, AtOnce };
@@ -166,6 +168,7 @@ public:
         return entered ? finish() : Findings{.failed = true};
     }
 
+    // Walks some entries of a folder.
     Findings run(const std::string& folder, std::vector<platform::DirectoryEntry> entries) {
         try {
             levels_.push_back({.folder = platform::current().fileManager->openFolder(folder),
@@ -302,7 +305,7 @@ private:
         };
         findings_.parts.push_back({.depth = static_cast<std::size_t>(level - levels_.begin()),
                                    .firstFound = level->firstFound,
-                                   .findings = std::async(std::move(walk))});
+                                   .findings = std::async(kWhenPossible, std::move(walk))});
     }
 
     static void report(const std::exception& exception) {

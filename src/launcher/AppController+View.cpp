@@ -102,12 +102,16 @@ void AppController::setDataArray(AppList apps) {
 }
 
 void AppController::startRebuild() {
-    threads_.detachNewThread([self = shared_from_this()](std::stop_token stop) { self->populateData(stop); });
+    bool started = threads_.detachNewThread(
+        [self = shared_from_this()](std::stop_token stop) { self->populateData(std::move(stop)); });
+    if (!started) {
+        platform::current().consoleLog->log("Unable to look for tools: no thread could be started.");
+    }
 }
 
 void AppController::populateData(std::stop_token stop) {
-    onMainThread([this] { outlets_.spinner->startAnimation(); });
     try {
+        onMainThread([this] { outlets_.spinner->startAnimation(); });
         AppList apps;
         if (auto folder = VTLocalPaths::applicationDirectory(false)) {
             apps = appsForFolder(*folder, stop).value_or(AppList());
@@ -116,10 +120,12 @@ void AppController::populateData(std::stop_token stop) {
             showMenuItemsForGroups(apps);
             bool byGroup = platform::current().userDefaults->integerForKey(kSortType) == kSortByGroup;
             auto shown = sorted(withoutHiddenGroups(apps), byGroup);
+            const auto hidden = apps.size() - shown.size();
             markDuplicates(shown);
             // In one go, so that the table never asks for rows of a list that it has not seen.
-            onMainThread([this, &shown] {
+            onMainThread([this, &shown, hidden] {
                 setDataArray(std::move(shown));
+                numberOfHiddenTools_ = hidden;
                 outlets_.tableView->reloadData();
             });
         }

@@ -72,6 +72,8 @@ public:
     void revealInFinder();
 
     std::size_t numberOfRows() const;
+    // Tools that the last rebuild found and left out, their group being hidden.
+    std::size_t numberOfHiddenTools() const { return numberOfHiddenTools_; }
     std::optional<CellValue> objectValueForTableColumn(std::string_view column, std::size_t row) const;
     void willDisplayCell(outlet::TextCell& cell, std::string_view column, std::size_t row) const;
 
@@ -85,4 +87,5 @@ private:
     WorkerThreads threads_;
     mutable std::mutex dataMutex_;
     std::shared_ptr<const AppList> dataArray_ = std::make_shared<const AppList>();
+    std::size_t numberOfHiddenTools_ = 0; // the main thread's
 };

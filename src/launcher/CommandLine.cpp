@@ -4,7 +4,10 @@ CommandLine CommandLine::parse(const std::vector<std::string>& arguments) {
     CommandLine result;
     bool list = false;
     bool json = false;
+    std::optional<std::string> forToolkit;
+    bool followsOption = false; // of the toolkit
     for (const auto& argument : arguments) {
+        bool isToolkitOption = argument.starts_with('-') && !argument.starts_with("--");
         if (argument == "--list") {
             list = true;
         } else if (argument == "--json") {
@@ -13,15 +16,21 @@ CommandLine CommandLine::parse(const std::vector<std::string>& arguments) {
             result.action = Action::Version;
         } else if (argument == "--help") {
             result.action = Action::Help;
-        } else if (argument.starts_with("--") && !result.unknown) {
+        } else if (isToolkitOption || followsOption) {
+            forToolkit = argument;
+        } else if (!result.unknown) {
             result.unknown = argument;
         }
-    }
-    if (json && !list && !result.unknown) {
-        result.unknown = "--json";
+        followsOption = isToolkitOption;
     }
     if (list && result.action == Action::OpenPanel) {
         result.action = json ? Action::ListAsJson : Action::List;
+    }
+    if (!result.unknown && json && !list) {
+        result.unknown = "--json";
+    }
+    if (!result.unknown && result.action != Action::OpenPanel) {
+        result.unknown = forToolkit;
     }
     return result;
 }

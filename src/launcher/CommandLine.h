@@ -11,7 +11,8 @@ struct CommandLine {
     Action action = Action::OpenPanel;
     std::optional<std::string> unknown; // the first argument that means nothing here
 
-    // Arguments with a single dash are left to the interface toolkit. `arguments` without the program.
+    // For the panel, arguments with a single dash, and what follows one, are left to the interface
+    // toolkit. `arguments` without the program.
     static CommandLine parse(const std::vector<std::string>& arguments);
 };
 

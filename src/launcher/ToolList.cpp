@@ -19,12 +19,7 @@ bool isControl(char character) {
 }
 
 std::string onOneLine(const VTLaunchApp::Text& text) {
-    std::string line;
-    for (char character : text.value_or("")) {
-        line += isControl(character) ? escape("\\x%02x", static_cast<unsigned char>(character))
-                                     : std::string(1, character);
-    }
-    return line;
+    return platform::withoutControlCharacters(text.value_or(""));
 }
 
 std::string jsonString(std::string_view text) {

@@ -3,6 +3,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <mutex>
+#include <system_error>
 #include <thread>
 
 struct WorkerThreads::State {
@@ -18,11 +19,11 @@ WorkerThreads::~WorkerThreads() {
     state_->stop.request_stop();
 }
 
-void WorkerThreads::detachNewThread(std::function<void(std::stop_token)> work) {
+bool WorkerThreads::detachNewThread(std::function<void(std::stop_token)> work) {
     {
         std::lock_guard lock(state_->mutex);
         if (state_->stop.stop_requested()) {
-            return;
+            return false;
         }
         ++state_->running;
     }
@@ -35,10 +36,11 @@ void WorkerThreads::detachNewThread(std::function<void(std::stop_token)> work) {
     };
     try {
         std::thread(std::move(body)).detach();
-    } catch (...) {
+        return true;
+    } catch (const std::system_error&) {
         std::lock_guard lock(state_->mutex);
         --state_->running;
-        throw;
+        return false;
     }
 }
 

@@ -14,9 +14,9 @@ public:
     WorkerThreads& operator=(const WorkerThreads&) = delete;
 
     // Runs `work` on a thread of its own. It must own or share whatever it uses, since it may outlive
-    // this object, and should give up when its stop token asks. No exception may leave it.
-    // Any thread. After `finish` nothing is started any more.
-    void detachNewThread(std::function<void(std::stop_token)> work);
+    // this object, and should give up when its stop token asks. No exception may leave it. False when no
+    // thread could be started: the system has none left, or `finish` has been called. Any thread.
+    bool detachNewThread(std::function<void(std::stop_token)> work);
 
     // Asks all threads to stop and waits for them. False when some still run at the end of the time;
     // those go on alone.

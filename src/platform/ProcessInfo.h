@@ -20,7 +20,7 @@ std::string globallyUniqueString();
 // made so. Never a folder that others can write to; absent when none can be had.
 std::optional<std::string> temporaryDirectory();
 
-// The user's cache folder as the XDG base directory specification names it; absent when there is none.
+// The user's cache folder as the XDG base directories name it; absent when there is none.
 std::optional<std::string> userCacheDirectory();
 
 } // namespace platform

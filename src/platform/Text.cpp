@@ -1,5 +1,8 @@
 #include "Text.h"
 
+#include <algorithm>
+#include <array>
+#include <cstdio>
 #include <unicode/ucasemap.h>
 #include <unicode/uchar.h>
 #include <unicode/unorm2.h>
@@ -11,12 +14,7 @@ namespace platform {
 namespace {
 
 bool isAscii(std::string_view text) {
-    for (unsigned char byte : text) {
-        if (byte >= 0x80) {
-            return false;
-        }
-    }
-    return true;
+    return std::ranges::none_of(text, [](char byte) { return static_cast<unsigned char>(byte) >= 0x80; });
 }
 
 char asciiLower(char character) {
@@ -99,6 +97,31 @@ bool isSpace(UChar32 codePoint) {
     return codePoint >= 0 && (U_GET_GC_MASK(codePoint) & U_GC_Z_MASK) != 0;
 }
 
+void appendEscaped(std::string& line, char character) {
+    switch (character) {
+    case '\n':
+        line += "\\n";
+        break;
+    case '\r':
+        line += "\\r";
+        break;
+    case '\t':
+        line += "\\t";
+        break;
+    default:
+        std::array<char, 5> code{};
+        std::snprintf(code.data(), code.size(), "\\x%02x", static_cast<unsigned char>(character));
+        line += code.data();
+    }
+}
+
+// `character` is one character of UTF-8: controls stand below the space, at 0x7F, and at U+0080 to U+009F.
+bool isControl(std::string_view character) {
+    auto first = static_cast<unsigned char>(character[0]);
+    return first < 0x20 || first == 0x7F ||
+           (first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0);
+}
+
 } // namespace
 
 bool isValidUtf8(std::string_view text) {
@@ -170,6 +193,24 @@ std::string_view trimmed(std::string_view text) {
         text.remove_suffix(text.size() - static_cast<std::size_t>(last));
     }
     return text;
+}
+
+std::string withoutControlCharacters(std::string_view text) {
+    std::string line;
+    line.reserve(text.size());
+    while (!text.empty()) {
+        auto length = lengthOfFirstCharacter(text);
+        auto character = text.substr(0, length == 0 ? 1 : length);
+        if (length > 0 && !isControl(character)) {
+            line += character;
+        } else {
+            for (char byte : character) {
+                appendEscaped(line, byte);
+            }
+        }
+        text.remove_prefix(character.size());
+    }
+    return line;
 }
 
 } // namespace platform

@@ -36,4 +36,8 @@ std::size_t utf16Length(std::string_view text);
 // ends. A view into `text`.
 std::string_view trimmed(std::string_view text);
 
+// The text on one line, fit for a terminal: control characters (C0, DEL, C1) and bytes that are no UTF-8
+// are shown as escapes such as \n and \x1b.
+std::string withoutControlCharacters(std::string_view text);
+
 } // namespace platform

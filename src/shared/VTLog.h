@@ -73,6 +73,10 @@ public:
     // The files of the user's log folder that exist, newest first.
     static std::vector<std::string> availableLogs();
 
+    // Shows a text of the log's own on standard output, flushed at once: it may be the last that a
+    // failing process says.
+    static void print(std::string_view text);
+
     // The application ends: writes what waits if that is little, and closes the file. Entries made
     // afterwards are dropped.
     static void willTerminate(const platform::Notification& notification);

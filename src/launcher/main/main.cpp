@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string_view>
 #include <unistd.h>
 
@@ -51,6 +52,18 @@ bool hasDisplay(int argc, char** argv) {
                        [](std::string_view argument) { return argument == "-platform"; });
 }
 
+// Paths are absolute everywhere else; a root named from where the user stands is meant from there.
+void makeRootAbsolute() {
+    const char* root = std::getenv("VANTOREL_ROOT");
+    if (root && root[0] != '\0' && root[0] != '/') {
+        std::error_code error;
+        auto path = std::filesystem::absolute(root, error);
+        if (!error) {
+            ::setenv("VANTOREL_ROOT", path.lexically_normal().c_str(), 1);
+        }
+    }
+}
+
 int openPanel(int argc, char** argv) {
     if (!hasDisplay(argc, argv)) {
         std::fputs("Launcher: there is no X or Wayland display to open the panel on.\n"
@@ -81,20 +94,16 @@ int openPanel(int argc, char** argv) {
     platform::install(services);
 
     auto controller = AppController::init();
-    bool threadsEnded = false;
-    int status = 0;
-    {
-        TerminationSignals terminationSignals;
-        MainPanel panel(controller);
-        controller->awakeFromNib(panel.outlets());
-        panel.show();
-        status = QApplication::exec();
+    TerminationSignals terminationSignals;
+    MainPanel panel(controller);
+    controller->awakeFromNib(panel.outlets());
+    panel.show();
+    int status = QApplication::exec();
 
-        mainThread->close();
-        threadsEnded = controller->applicationWillTerminate();
-        services.notificationCenter->post(
-            {.name = platform::kApplicationWillTerminateNotification, .userInfo = {}});
-    }
+    mainThread->close();
+    bool threadsEnded = controller->applicationWillTerminate();
+    services.notificationCenter->post(
+        {.name = platform::kApplicationWillTerminateNotification, .userInfo = {}});
     if (!threadsEnded) {
         // A thread is stuck in the file system; nothing it may still use can be torn down.
         std::_Exit(status);
@@ -105,9 +114,10 @@ int openPanel(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
+    makeRootAbsolute();
     auto commandLine = CommandLine::parse({argv + 1, argv + argc});
     if (commandLine.unknown) {
-        std::fprintf(stderr, "Launcher: unknown option %s\n\n%s", commandLine.unknown->c_str(), kUsage);
+        std::fprintf(stderr, "Launcher: unknown argument %s\n\n%s", commandLine.unknown->c_str(), kUsage);
         return 2;
     }
     switch (commandLine.action) {

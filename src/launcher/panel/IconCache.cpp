@@ -53,7 +53,7 @@ QPixmap IconCache::pixmap(const VTLaunchApp& app, double side, double devicePixe
     auto icon = app.icon();
     QPixmap shown;
     if (icon) {
-        auto key = QString::number(pixels) + QString::fromStdString(app.appPath().value_or(""));
+        auto key = QByteArray::number(pixels) + QByteArray::fromStdString(app.appPath().value_or(""));
         const auto* slot = cache_.object(key);
         if (slot) {
             shown = slot->pixmap;
@@ -84,15 +84,15 @@ void IconCache::decodeNext() {
     if (decoding_ || waiting_.empty()) {
         return;
     }
-    decoding_ = true;
-    threads_.detachNewThread([self = QPointer(this), request = waiting_.back()](const std::stop_token&) {
-        auto show = [self, request, bitmap = renderedOrEmpty(*request.icon, request.pixels)] {
-            if (self) {
-                self->store(request, bitmap);
-            }
-        };
-        platform::current().mainThread->perform(std::move(show), platform::Wait::No);
-    });
+    decoding_ =
+        threads_.detachNewThread([self = QPointer(this), request = waiting_.back()](const std::stop_token&) {
+            auto show = [self, request, bitmap = renderedOrEmpty(*request.icon, request.pixels)] {
+                if (self) {
+                    self->store(request, bitmap);
+                }
+            };
+            platform::current().mainThread->perform(std::move(show), platform::Wait::No);
+        });
 }
 
 void IconCache::store(const Request& request, const platform::Bitmap& bitmap) {

@@ -32,7 +32,7 @@ private:
         QPixmap pixmap;   // null: show the generic icon
     };
     struct Request {
-        QString key;
+        QByteArray key; // size and path, whose bytes need not be text
         IconPointer icon;
         int pixels;
     };
@@ -43,7 +43,7 @@ private:
     QPixmap genericIcon(int pixels);
 
     WorkerThreads& threads_;
-    QCache<QString, Slot> cache_;
+    QCache<QByteArray, Slot> cache_;
     std::vector<Request> waiting_; // the newest last
     bool decoding_ = false;
     QPixmap generic_;

@@ -1,16 +1,17 @@
 #include "MainPanel.h"
 
-#include "CatalogueDelegate.h"
 #include "CatalogueModel.h"
+#include "CellOutlet.h"
 #include "DarkPalette.h"
 #include "ElidedLabel.h"
 #include "EmptyState.h"
 #include "GradientBackground.h"
-#include "IconCache.h"
+#include "IconDelegate.h"
 #include "InterfaceFont.h"
 #include "PanelLabel.h"
 #include "Platform.h"
 #include "Spinner.h"
+#include "TextCellDelegate.h"
 #include "VTAlternateBlackTableView.h"
 #include "VTLocalPaths.h"
 
@@ -161,7 +162,16 @@ QWidget* MainPanel::makeCatalogue() {
     auto* icons = new IconCache(controller_->threads(), this);
     table_ = new VTAlternateBlackTableView;
     table_->setModel(model_);
-    table_->setItemDelegate(new CatalogueDelegate(controller_, *icons, table_));
+    table_->setItemDelegate(
+        new TextCellDelegate(table_, [this](VTCenteredTextCell& cell, const QModelIndex& index) {
+            if (index.column() == CatalogueModel::Title) {
+                cell.setTextColor(DarkPalette::titleColor());
+            }
+            CellOutlet outlet(cell);
+            controller_->willDisplayCell(outlet, CatalogueModel::identifier(index.column()),
+                                         static_cast<std::size_t>(index.row()));
+        }));
+    table_->setItemDelegateForColumn(CatalogueModel::Icon, new IconDelegate(table_, *icons));
     table_->setIntercellSpacing(kIntercellSpacing);
     table_->setGridColor(QColor::fromRgbF(0.8F, 0.8F, 0.8F, 0.4F));
     table_->setSearchColumn(CatalogueModel::Title);
@@ -174,8 +184,9 @@ QWidget* MainPanel::makeCatalogue() {
     connect(icons, &IconCache::loaded, table_->viewport(), qOverload<>(&QWidget::update));
     connect(table_, &VTAlternateBlackTableView::enterPressed, this,
             [] { platform::current().notificationCenter->post({.name = "VTEnterPressed", .userInfo = {}}); });
-    connect(table_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
-            [this] { reveal_->setEnabled(table_->selectedRow() >= 0); });
+    auto enableReveal = [this] { reveal_->setEnabled(table_->selectedRow() >= 0); };
+    connect(table_->selectionModel(), &QItemSelectionModel::selectionChanged, this, enableReveal);
+    connect(model_, &QAbstractItemModel::modelReset, this, enableReveal);
 
     emptyState_ = new EmptyState;
     catalogue_ = new QStackedWidget;
@@ -238,7 +249,7 @@ void MainPanel::showCatalogueState() {
     }
     count_->setText(text);
 
-    if (tools == 0 && hidden > 0) {
+    if (controller_->numberOfHiddenTools() > 0) {
         emptyState_->setTexts(tr("All tools are hidden"),
                               tr("Choose View › Hide Groups to show them again."));
     } else {
@@ -257,7 +268,9 @@ void MainPanel::restoreSize() {
     auto side = [](const platform::PropertyList& value) {
         return static_cast<int>(std::clamp<std::int64_t>(*value.integer(), 0, kMostPixels));
     };
-    resize(QSize(side(sides->front()), side(sides->back())).expandedTo(kSmallestSize));
+    const QSize storedSize(side(sides->front()), side(sides->back()));
+    // It may have been stored on a larger screen.
+    resize(storedSize.boundedTo(screen()->availableGeometry().size()).expandedTo(kSmallestSize));
 }
 
 void MainPanel::closeEvent(QCloseEvent* event) {

@@ -40,6 +40,7 @@ TerminationSignals::TerminationSignals() {
     arrived_ = new QSocketNotifier(arrival, QSocketNotifier::Read, this);
     connect(arrived_, &QSocketNotifier::activated, this, [this] {
         arrived_->setEnabled(false);
+        setHandlers(SIG_DFL); // whoever asks again means it
         QApplication::closeAllWindows();
         QApplication::quit();
     });

@@ -80,7 +80,7 @@ bool BinaryPropertyListReader::readTrailer() {
         return false;
     }
     if (tableStart_ <= kMagic.size() || tableStart_ > trailerStart ||
-        objectCount > (trailerStart - tableStart_) / offsetSize_ || rootIndex_ >= objectCount) {
+        objectCount > (trailerStart - tableStart_) / offsetSize_) {
         return false;
     }
     // Every value has at most one key, so a sound table holds no more objects than this.

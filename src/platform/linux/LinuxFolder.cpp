@@ -84,11 +84,6 @@ LinuxFolder::LinuxFolder(std::string path) : path_(std::move(path)) {
     crossesLinks_ = mayCrossLinks(path_);
 }
 
-LinuxFolder::LinuxFolder(std::string path, int folder, const char* name, bool crossesLinks)
-    : path_(std::move(path)), crossesLinks_(crossesLinks) {
-    open(folder, name);
-}
-
 std::string LinuxFolder::join(std::string_view name) const {
     std::string path;
     if (path_.empty()) {
@@ -124,7 +119,9 @@ std::vector<DirectoryEntry> LinuxFolder::entries(Listing listing, std::error_cod
         error = openError_;
         return found;
     }
-    ::lseek(descriptor_.get(), 0, SEEK_SET);                          // it may have been listed before
+    if (std::exchange(listed_, true)) {
+        ::lseek(descriptor_.get(), 0, SEEK_SET);
+    }
     alignas(dirent64) std::array<char, std::size_t{32} << 10> buffer; // NOLINT: filled by the kernel
     for (;;) {
         ssize_t length =
@@ -161,13 +158,14 @@ bool LinuxFolder::isFolder(const DirectoryEntry& entry) {
 }
 
 std::unique_ptr<Folder> LinuxFolder::subfolder(const DirectoryEntry& entry) {
-    auto path = join(entry.name);
     bool byLink = entry.kind == EntryKind::Link;
-    // Step by step where that gives the same answer; a path that is too long the system itself refuses.
-    bool byStep = !byLink && fits(path.size()) && resume();
-    int folder = byStep ? descriptor_.get() : AT_FDCWD;
-    const auto* name = byStep ? entry.name.c_str() : path.c_str();
-    return std::unique_ptr<Folder>(new LinuxFolder(path, folder, name, byLink || crossesLinks_));
+    std::unique_ptr<LinuxFolder> folder(new LinuxFolder(join(entry.name), byLink || crossesLinks_));
+    // Step by step where that gives the same answer; otherwise it is opened by its whole path, and one that
+    // is too long the system itself refuses.
+    if (!byLink && fits(folder->path_.size()) && resume()) {
+        folder->open(descriptor_.get(), entry.name.c_str());
+    }
+    return folder;
 }
 
 FileContents LinuxFolder::contents(std::string_view relativePath, std::size_t limit) {

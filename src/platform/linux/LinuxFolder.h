@@ -18,8 +18,8 @@ public:
     void suspend() override { descriptor_.reset(); }
 
 private:
-    // A sub-folder; `folder` is where `name` is relative to.
-    LinuxFolder(std::string path, int folder, const char* name, bool crossesLinks);
+    // A sub-folder, not opened yet.
+    LinuxFolder(std::string path, bool crossesLinks) : path_(std::move(path)), crossesLinks_(crossesLinks) {}
 
     std::string join(std::string_view name) const;
     void open(int folder, const char* name);
@@ -27,6 +27,7 @@ private:
 
     std::string path_;
     FileDescriptor descriptor_;
+    bool listed_ = false;
     std::error_code openError_; // why the descriptor could not be had
 
     // Whether the path crosses links. Then the kernel has to see the whole path wherever another link

@@ -1,22 +1,31 @@
 #pragma once
 
+#include "FakeMainThread.h"
 #include "Outlets.h"
 
 #include <atomic>
 #include <condition_variable>
+#include <gtest/gtest.h>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
-// A panel without a screen. Calls come one at a time (see FakeMainThread).
+// A panel without a screen, which wants to be called on the main thread.
+
+inline void expectMainThread() {
+    EXPECT_TRUE(FakeMainThread::isHere());
+}
 
 struct FakeMenuItem : outlet::MenuItem {
     FakeMenuItem(std::string itemTitle, int itemTag) : text(std::move(itemTitle)), number(itemTag) {}
 
     std::string title() const override { return text; }
     int tag() const override { return number; }
-    void setState(bool isOn) override { on = isOn; }
+    void setState(bool isOn) override {
+        expectMainThread();
+        on = isOn;
+    }
 
     std::string text;
     int number;
@@ -34,7 +43,10 @@ struct FakeMenu : outlet::Menu {
         }
         return nullptr;
     }
-    outlet::MenuItem& addItem(const std::string& title) override { return add(title, 0); }
+    outlet::MenuItem& addItem(const std::string& title) override {
+        expectMainThread();
+        return add(title, 0);
+    }
 
     FakeMenuItem& add(const std::string& title, int tag) {
         return *items.emplace_back(std::make_unique<FakeMenuItem>(title, tag));
@@ -60,7 +72,10 @@ struct FakeMenu : outlet::Menu {
 };
 
 struct FakeTable : outlet::TableView {
-    void reloadData() override { ++reloads; }
+    void reloadData() override {
+        expectMainThread();
+        ++reloads;
+    }
     std::optional<std::size_t> selectedRow() const override { return selected; }
 
     std::atomic<int> reloads = 0;
@@ -84,6 +99,7 @@ public:
 
 private:
     void count(int& counter) {
+        expectMainThread();
         std::lock_guard lock(mutex_);
         ++counter;
         changed_.notify_all();

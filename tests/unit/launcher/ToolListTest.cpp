@@ -50,5 +50,7 @@ TEST(ToolList, BytesThatAreNoTextSurvive) {
 TEST(ToolList, OneToolIsOneLine) {
     auto apps = oneTool("two\nlines", "/tab\there.app");
     apps.front()->setGroupName("Kelvandor");
-    EXPECT_EQ(toolListAsLines(apps), "two\\x0alines\tKelvandor\tcom.vantorel.Tool\t/tab\\x09here.app\n");
+    // C1 controls are for terminals too.
+    EXPECT_EQ(toolListAsLines(oneTool("\u009b2J", "/\xff")), "\\xc2\\x9b2J\t\tcom.vantorel.Tool\t/\\xff\n");
+    EXPECT_EQ(toolListAsLines(apps), "two\\nlines\tKelvandor\tcom.vantorel.Tool\t/tab\\there.app\n");
 }

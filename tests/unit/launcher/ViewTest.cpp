@@ -373,6 +373,36 @@ TEST_F(View, AnExceptionKeepsTheListAndStopsTheSpinner) {
     EXPECT_EQ(table.reloads, 1);
 }
 
+TEST_F(View, AnExceptionAtTheStartIsLogged) {
+    struct FailingMenu : FakeMenu {
+        outlet::MenuItem& itemAtIndex(std::size_t) override {
+            throw platform::Exception("NSMenuException", "no such item");
+        }
+    } menu;
+    menu.add("by name", AppController::kSortByName);
+    testing::internal::CaptureStdout();
+    controller->awakeFromNib(
+        {.tableView = &table, .spinner = &spinner, .hideMenu = &hideMenu, .sortMenu = &menu});
+    waitForRebuild();
+    EXPECT_THAT(testing::internal::GetCapturedStdout(),
+                HasSubstr("Exception in -[AppController awakeFromNib]. NSMenuException - no such item."));
+}
+
+TEST_F(View, StartsALogOfItsOwn) {
+    awake();
+    VTLog::finishWriting();
+    EXPECT_THAT(VTLog::availableLogs(), SizeIs(1));
+}
+
+TEST_F(View, CountsTheToolsItLeavesOut) {
+    addTool("1.app", "a", "Ostendel");
+    addTool("2.app", "b", "Ostendel");
+    addTool("3.app", "c", "Kelvandor");
+    sandbox::defaults().setObject(texts({"Ostendel"}), "hiddenGroups");
+    awake();
+    EXPECT_EQ(controller->numberOfHiddenTools(), 2U);
+}
+
 // Rebuilds, hides and log calls at once; the thread sanitizer watches.
 TEST_F(View, RebuildsHidesAndLogCallsMayRace) {
     for (int i = 0; i < 30; ++i) {

@@ -86,6 +86,21 @@ TEST_F(IconCacheTest, ToolsWithoutAnIconKeepTheGenericOne) {
     EXPECT_EQ(middle(), generic);
 }
 
+TEST_F(IconCacheTest, PathsNeedNotBeText) {
+    app.setIcon(std::make_shared<ColouredIcon>(0xFF112233));
+    app.setAppPath("/Applications/\xff.app");
+    VTLaunchApp other;
+    other.setIcon(std::make_shared<ColouredIcon>(0xFF445566));
+    other.setAppPath("/Applications/\xfe.app");
+    middle();
+    cache.pixmap(other, 48, 1);
+    while (loaded.count() < 2) {
+        ASSERT_TRUE(loaded.wait());
+    }
+    EXPECT_EQ(middle(), 0xFF112233);
+    EXPECT_EQ(cache.pixmap(other, 48, 1).toImage().pixel(24, 24), 0xFF445566);
+}
+
 TEST_F(IconCacheTest, RowsScrolledPastAreNotDecoded) {
     std::vector<std::unique_ptr<VTLaunchApp>> apps;
     std::vector<std::shared_ptr<ColouredIcon>> icons;

@@ -3,6 +3,7 @@
 #include "CatalogueModel.h"
 #include "ElidedLabel.h"
 #include "QtMainThread.h"
+#include "Spinner.h"
 #include "TestSandbox.h"
 #include "VTAlternateBlackTableView.h"
 
@@ -12,7 +13,10 @@
 #include <QApplication>
 #include <QLabel>
 #include <QMenuBar>
+#include <QScreen>
+#include <QScrollBar>
 #include <QTest>
+#include <filesystem>
 #include <gmock/gmock.h>
 
 using namespace tooltree;
@@ -126,6 +130,64 @@ TEST_F(MainPanelTest, AHiddenCatalogueSaysSo) {
     EXPECT_TRUE(table().isVisible());
 }
 
+TEST_F(MainPanelTest, ToolsThatAreGoneAreNotHidden) {
+    addTool("1.app", "Purgel", "Kelvandor");
+    open();
+    action("Kelvandor")->trigger();
+    waitForCount(QStringLiteral("0 tools · 1 group hidden"));
+    std::filesystem::remove_all(applications() + "/1.app");
+    action("Reload Tools")->trigger();
+    EXPECT_TRUE(QTest::qWaitFor(
+        [this] { return testing::Matches(testing::Contains("No tools found"))(visibleLabels()); }, kLimit));
+}
+
+TEST_F(MainPanelTest, TheSpinnerTurnsUntilTheLastRebuildHasEnded) {
+    open();
+    auto* spinner = panel->findChild<Spinner*>();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !spinner->isSpinning(); }, kLimit));
+    auto& outlet = *panel->outlets().spinner;
+    outlet.startAnimation();
+    outlet.startAnimation();
+    EXPECT_TRUE(spinner->isSpinning());
+    outlet.stopAnimation();
+    EXPECT_TRUE(spinner->isSpinning());
+    outlet.stopAnimation();
+    EXPECT_FALSE(spinner->isSpinning());
+}
+
+TEST_F(MainPanelTest, ReloadingKeepsThePlaceScrolledTo) {
+    for (int i = 100; i < 140; ++i) {
+        addTool(std::to_string(i) + ".app", "Tool " + std::to_string(i), "Kelvandor");
+    }
+    open();
+    table().verticalScrollBar()->setValue(500);
+    action("Show Group Names")->trigger();
+    EXPECT_EQ(table().verticalScrollBar()->value(), 500);
+}
+
+// What the controller says of a cell is what is drawn.
+TEST_F(MainPanelTest, DrawsIconsTitlesAndSubtitles) {
+    addTool("1.app", "Tallowby", "Kelvandor");
+    open();
+    table().clearFocus();
+    auto cellPicture = [this](int column) {
+        panel->repaint();
+        const auto rectangle = table().visualRect(table().model()->index(0, column));
+        return table().viewport()->grab(rectangle).toImage();
+    };
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] {
+            auto icon = cellPicture(CatalogueModel::Icon);
+            return icon.pixel(icon.width() / 2, icon.height() / 2) == 0xFF336699; // the fake's colour
+        },
+        kLimit));
+    auto without = cellPicture(CatalogueModel::Title);
+    action("Show Group Names")->trigger();
+    EXPECT_NE(cellPicture(CatalogueModel::Title), without);
+    action("Show Group Names")->trigger();
+    EXPECT_EQ(cellPicture(CatalogueModel::Title), without);
+}
+
 TEST_F(MainPanelTest, TheHideMenuIsThereOnceThereAreGroups) {
     open();
     EXPECT_FALSE(action("Hide Groups")->isEnabled());
@@ -176,6 +238,7 @@ TEST_F(MainPanelTest, TheSelectionStaysWithItsTool) {
     action("Ostendel")->trigger();
     waitForCount(QStringLiteral("0 tools · 2 groups hidden"));
     EXPECT_EQ(table().selectedRow(), -1);
+    EXPECT_FALSE(action("Reveal in File Browser")->isEnabled());
 }
 
 TEST_F(MainPanelTest, RevealNeedsASelection) {
@@ -221,6 +284,8 @@ TEST_F(MainPanelTest, IgnoresASizeThatIsNone) {
         sandbox::defaults().setObject(value, "panelSize");
         EXPECT_EQ(MainPanel(controller).size(), first);
     }
+    sandbox::defaults().setObject(platform::PropertyList::Array{9000, 9000}, "panelSize");
+    EXPECT_EQ(MainPanel(controller).size(), panel->screen()->availableGeometry().size());
     sandbox::defaults().setObject(platform::PropertyList::Array{-5, 1}, "panelSize");
     EXPECT_EQ(MainPanel(controller).size(), panel->minimumSize());
 }

@@ -237,6 +237,15 @@ TEST(BinaryPropertyListReader, OffsetsAndReferencesOfEverySize) {
     }
 }
 
+TEST(BinaryPropertyListReader, TheNumberOfObjectsIsBounded) {
+    auto withObjects = [](std::size_t count) { // all of them the one at offset 8
+        return parsePropertyList("bplist00\x09" + std::string(count, '\x08') + std::string(6, '\0') +
+                                 "\x01\x01" + bigEndian(count, 8) + bigEndian(0, 8) + bigEndian(9, 8));
+    };
+    EXPECT_EQ(withObjects(2 * kPropertyListMaximumNodes), PropertyList(true));
+    EXPECT_EQ(withObjects(2 * kPropertyListMaximumNodes + 1), std::nullopt);
+}
+
 TEST(BinaryPropertyListReader, ReferencesThatLeadNowhereAreDamage) {
     EXPECT_FALSE((BinaryFile{.objects = {"\xA1\x02", "\x09"}}.parsed()));
     EXPECT_FALSE((BinaryFile{.objects = {"\xA1\xFF", "\x09"}}.parsed()));

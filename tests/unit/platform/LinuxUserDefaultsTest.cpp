@@ -148,12 +148,24 @@ TEST_F(LinuxUserDefaultsTest, AWriteKeepsTheFilesMode) {
 TEST_F(LinuxUserDefaultsTest, EveryReadSeesWhatAnotherProcessHasWritten) {
     auto defaults = this->defaults();
     auto other = this->defaults();
-    for (int i = 0; i < 200; ++i) { // several within one tick of the file system's clock, all of one size
+    for (int i = 0; i < 200; ++i) {
         other.setObject(i % 2 == 0, "key");
         ASSERT_EQ(defaults.objectForKey("key"), PropertyList(i % 2 == 0));
     }
     std::filesystem::remove(own_);
     EXPECT_EQ(defaults.objectForKey("key"), std::nullopt);
+}
+
+TEST_F(LinuxUserDefaultsTest, AStampThatIsStillFreshProvesNothing) {
+    store(own_, {{"key", true}});
+    struct stat status {};
+    ASSERT_EQ(stat(own_.c_str(), &status), 0);
+    auto defaults = this->defaults();
+    EXPECT_EQ(defaults.objectForKey("key"), PropertyList(true));
+    store(own_, {{"key", false}}); // in place, of the same size, and within the same tick
+    std::timespec times[] = {status.st_mtim, status.st_mtim};
+    ASSERT_EQ(utimensat(AT_FDCWD, own_.c_str(), times, 0), 0);
+    EXPECT_EQ(defaults.objectForKey("key"), PropertyList(false));
 }
 
 TEST_F(LinuxUserDefaultsTest, AnUnchangedFileIsReadOnce) {

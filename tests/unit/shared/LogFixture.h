@@ -15,6 +15,7 @@
 class LogTest : public testing::Test {
 protected:
     LogTest();
+    ~LogTest() override; // waits until the writer is done with the services of this test
 
     static VTLog& log() { return VTLog::sharedController(); }
     FailingFileManager& fileManager() { return *fileManager_; }

@@ -5,8 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
-#include <gtest/gtest.h>
-#include <regex>
+#include <gmock/gmock.h>
 #include <set>
 #include <sys/stat.h>
 
@@ -261,11 +260,11 @@ TEST_F(VTLocalPathsTest, TempFileIsANewNameInTheTemporaryFolder) {
     chmod(folder.c_str(), 0700);
     setenv("TMPDIR", (folder + "/").c_str(), 1);
     EXPECT_EQ(VTLocalPaths::tempDirectory(), folder);
-    const std::regex form(folder + "/[0-9A-F-]{36}[a-z0-9]{8}");
+    const auto form = folder + "/[0-9A-F-]{36}[a-z0-9]{8}";
     std::set<std::string> seen;
     for (int i = 0; i < 100; ++i) {
         auto file = VTLocalPaths::tempFile().value();
-        EXPECT_TRUE(std::regex_match(file, form)) << file;
+        EXPECT_THAT(file, testing::MatchesRegex(form));
         EXPECT_FALSE(sandbox::exists(file));
         seen.insert(file);
     }

@@ -2,6 +2,9 @@
 
 #include "Exception.h"
 
+#include <csignal>
+#include <sys/resource.h>
+
 using VTLogFailure = LogTest;
 using Texts = std::vector<std::string>;
 
@@ -155,6 +158,32 @@ TEST_F(VTLogFailure, AtTheEndOfALineLosesTheNextOne) {
     EXPECT_EQ(entries(1).back(), "entry 5");
     EXPECT_EQ(log().bytesWritten(), kFirstLine + 6 * kEntryLine);
     EXPECT_EQ(log().bytesInQueue(), 2U * 7U);
+}
+
+TEST_F(VTLogFailure, OfARealFileThatMayNotGrowIsAccountedEntryByEntry) {
+    WriterGate gate(fileManager());
+    makeCurrentFile();
+    ::signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    const auto printed = output([&] {
+        gate.close();
+        VTLog::fastAppendLog("first");
+        gate.waitUntilWriterIsHeld();
+        for (int i = 0; i < 5; ++i) {
+            VTLog::fastAppendLog(std::string(3'000, static_cast<char>('a' + i)));
+        }
+        const rlimit small{.rlim_cur = 10'000, .rlim_max = before.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &small);
+        gate.open();
+        VTLog::finishWriting();
+        ::setrlimit(RLIMIT_FSIZE, &before);
+    });
+    EXPECT_EQ(printed,
+              "Exception writing to log: File too large\nException writing to log: File too large\n");
+    EXPECT_EQ(sandbox::readFile(path(1)).size(), 10'000U);
+    EXPECT_EQ(log().bytesWritten(), kFirstLine + 3 * (kDateLength + 3'001));
+    EXPECT_EQ(log().bytesInQueue(), 6'000U);
 }
 
 TEST_F(VTLogFailure, ThatPassesLosesOneEntryAmongMany) {

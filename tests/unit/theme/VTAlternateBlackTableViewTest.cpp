@@ -17,38 +17,38 @@ const QColor kBackground(0, 0, 100);
 
 class TableTest : public testing::Test {
 public:
-    TableTest() : model_(20, 2) {
-        table_.resize(300, 400);
-        table_.setModel(&model_);
-        QObject::connect(&table_, &VTAlternateBlackTableView::enterPressed, [this] { ++enters_; });
-        window_.resize(300, 400);
-        window_.show();
-        window_.activateWindow();
+    TableTest() : model(20, 2) {
+        table.resize(300, 400);
+        table.setModel(&model);
+        QObject::connect(&table, &VTAlternateBlackTableView::enterPressed, [this] { ++enters; });
+        window.resize(300, 400);
+        window.show();
+        window.activateWindow();
         offscreen::settle();
-        table_.clearFocus(); // its line would be part of every picture
+        table.clearFocus(); // its line would be part of every picture
     }
 
-    void select(int row, int column = 0) { table_.setCurrentIndex(model_.index(row, column)); }
+    void select(int row, int column = 0) { table.setCurrentIndex(model.index(row, column)); }
 
-    QImage picture() { return offscreen::picture(*table_.viewport(), kBackground); }
+    QImage picture() { return offscreen::picture(*table.viewport(), kBackground); }
 
     // The colours of one column of pixels in a row: at its top, its middle and its bottom.
     std::array<QColor, 3> coloursOfRow(const QImage& image, int row, int x = 250) {
-        const QRect place = table_.rectOfRow(row);
+        const QRect place = table.rectOfRow(row);
         return {image.pixelColor(x, place.top()), image.pixelColor(x, place.center().y()),
                 image.pixelColor(x, place.bottom())};
     }
 
     bool press(int key, const QString& text, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
         QKeyEvent event(QEvent::KeyPress, key, modifiers, text);
-        QCoreApplication::sendEvent(&table_, &event);
+        QCoreApplication::sendEvent(&table, &event);
         return event.isAccepted();
     }
 
-    QStandardItemModel model_;
-    QWidget window_;
-    VTAlternateBlackTableView table_{&window_};
-    int enters_ = 0;
+    QStandardItemModel model;
+    QWidget window;
+    VTAlternateBlackTableView table{&window};
+    int enters = 0;
 };
 
 // Grey of this brightness at 30 % over the background.
@@ -80,28 +80,28 @@ TEST_F(TableTest, EvenRowsHaveABandAndOddRowsShowWhatLiesBehind) {
 }
 
 TEST_F(TableTest, TheBandSpansTheWholeRowAlsoBesideAndBetweenTheColumns) {
-    table_.setColumnWidth(0, 50);
-    table_.setColumnWidth(1, 50);
-    table_.setIntercellSpacing({10, 5});
-    EXPECT_EQ(table_.rectOfRow(2), QRect(0, 136, 300 - table_.verticalScrollBar()->width(), 68));
+    table.setColumnWidth(0, 50);
+    table.setColumnWidth(1, 50);
+    table.setIntercellSpacing({10, 5});
+    EXPECT_EQ(table.rectOfRow(2), QRect(0, 136, 300 - table.verticalScrollBar()->width(), 68));
     const QImage image = picture();
-    const QRect row = table_.rectOfRow(0);
+    const QRect row = table.rectOfRow(0);
     for (int x : {0, 45, 50, 99, 100, row.right()})
         for (const auto& [y, brightness] : {std::pair(0, 0.3), std::pair(67, 0.4)})
             EXPECT_TRUE(isNear(image.pixelColor(x, y), banded(brightness))) << x << "," << y;
-    table_.setColumnWidth(1, 900);
-    EXPECT_EQ(table_.rectOfRow(0).width(), 950);
+    table.setColumnWidth(1, 900);
+    EXPECT_EQ(table.rectOfRow(0).width(), 950);
 }
 
 TEST_F(TableTest, InARightToLeftTableARowSpansItsCellsToo) {
-    table_.setLayoutDirection(Qt::RightToLeft);
+    table.setLayoutDirection(Qt::RightToLeft);
     for (int columnWidth : {60, 400}) {
-        table_.setColumnWidth(0, columnWidth);
-        table_.setColumnWidth(1, columnWidth);
+        table.setColumnWidth(0, columnWidth);
+        table.setColumnWidth(1, columnWidth);
         offscreen::settle();
-        table_.horizontalScrollBar()->setValue(table_.horizontalScrollBar()->maximum() / 2);
-        const QRect cells = table_.visualRect(model_.index(1, 0)) | table_.visualRect(model_.index(1, 1));
-        const QRect row = table_.rectOfRow(1);
+        table.horizontalScrollBar()->setValue(table.horizontalScrollBar()->maximum() / 2);
+        const QRect cells = table.visualRect(model.index(1, 0)) | table.visualRect(model.index(1, 1));
+        const QRect row = table.rectOfRow(1);
         EXPECT_EQ(row.right(), cells.right()) << columnWidth;
         EXPECT_EQ(row.left(), std::min(0, cells.left())) << columnWidth;
     }
@@ -123,8 +123,8 @@ TEST_F(TableTest, ASelectedOddRowIsSelectedToo) {
 }
 
 TEST_F(TableTest, WithoutSelectionHighlightASelectedRowKeepsItsBand) {
-    table_.setSelectionHighlightStyle(VTAlternateBlackTableView::SelectionHighlightStyle::None);
-    EXPECT_EQ(static_cast<int>(table_.selectionHighlightStyle()), -1);
+    table.setSelectionHighlightStyle(VTAlternateBlackTableView::SelectionHighlightStyle::None);
+    EXPECT_EQ(static_cast<int>(table.selectionHighlightStyle()), -1);
     select(2);
     EXPECT_TRUE(isNear(coloursOfRow(picture(), 2)[1], banded(0.35)));
     select(3);
@@ -137,7 +137,7 @@ TEST_F(TableTest, InAnInactiveWindowTheSelectionIsGreyAndClearlySeen) {
     other.show();
     other.activateWindow();
     offscreen::settle();
-    ASSERT_FALSE(window_.isActiveWindow());
+    ASSERT_FALSE(window.isActiveWindow());
     const QImage image = picture();
     const QColor selected = coloursOfRow(image, 2)[1];
     EXPECT_LT(std::abs(selected.red() - selected.blue()), 12);
@@ -145,22 +145,22 @@ TEST_F(TableTest, InAnInactiveWindowTheSelectionIsGreyAndClearlySeen) {
 }
 
 TEST_F(TableTest, TheFocusIsSeenAroundTheCurrentRow) {
-    table_.setFocus();
+    table.setFocus();
     select(2);
     const QColor focus = DarkPalette::focusColor();
-    const QRect row = table_.rectOfRow(2);
+    const QRect row = table.rectOfRow(2);
     QImage image = picture();
     EXPECT_EQ(image.pixelColor(100, row.top()), focus);
     EXPECT_EQ(image.pixelColor(100, row.bottom()), focus);
     EXPECT_EQ(image.pixelColor(row.right(), row.center().y()), focus);
-    table_.clearFocus();
+    table.clearFocus();
     image = picture();
     EXPECT_NE(image.pixelColor(100, row.top()), focus);
 }
 
 TEST_F(TableTest, TheFocusIsSeenAroundAnEmptyTable) {
-    model_.clear();
-    table_.setFocus();
+    model.clear();
+    table.setFocus();
     const QImage image = picture();
     EXPECT_EQ(image.pixelColor(0, 200), DarkPalette::focusColor());
     EXPECT_EQ(image.pixelColor(100, image.height() - 1), DarkPalette::focusColor());
@@ -169,103 +169,103 @@ TEST_F(TableTest, TheFocusIsSeenAroundAnEmptyTable) {
 
 TEST_F(TableTest, ReturnAndEnterAreReportedAndNotPassedOn) {
     int activations = 0;
-    QObject::connect(&table_, &QAbstractItemView::activated, [&] { ++activations; });
+    QObject::connect(&table, &QAbstractItemView::activated, [&] { ++activations; });
     select(1);
     EXPECT_TRUE(press(Qt::Key_Return, "\r"));
-    EXPECT_EQ(enters_, 1);
+    EXPECT_EQ(enters, 1);
     EXPECT_TRUE(press(Qt::Key_Enter, "\r", Qt::KeypadModifier));
-    EXPECT_EQ(enters_, 2);
+    EXPECT_EQ(enters, 2);
     EXPECT_TRUE(press(Qt::Key_Return, "\r", Qt::ControlModifier));
     EXPECT_TRUE(press(Qt::Key_Enter, "", Qt::AltModifier | Qt::KeypadModifier));
-    EXPECT_EQ(enters_, 4) << "modifiers are ignored";
+    EXPECT_EQ(enters, 4) << "modifiers are ignored";
     press(Qt::Key_unknown, QString(QChar(0x0003)) + "x");
     press(Qt::Key_unknown, "\rx");
-    EXPECT_EQ(enters_, 6) << "the first character counts";
+    EXPECT_EQ(enters, 6) << "the first character counts";
     EXPECT_EQ(activations, 0);
 }
 
 TEST_F(TableTest, OtherKeysGoToTheTable) {
     select(1);
     press(Qt::Key_Down, "");
-    EXPECT_EQ(table_.selectedRow(), 2);
+    EXPECT_EQ(table.selectedRow(), 2);
     press(Qt::Key_C, QString(QChar(0x0003)), Qt::ControlModifier);
     press(Qt::Key_M, "\r", Qt::ControlModifier);
     press(Qt::Key_A, "a\r");
-    EXPECT_EQ(enters_, 0);
+    EXPECT_EQ(enters, 0);
     EXPECT_FALSE(press(Qt::Key_F5, "")) << "left to the window";
 }
 
 TEST_F(TableTest, HomeAndEndGoToTheFirstAndLastRow) {
     select(5, 1);
     press(Qt::Key_End, "");
-    EXPECT_EQ(table_.selectedRow(), 19);
+    EXPECT_EQ(table.selectedRow(), 19);
     press(Qt::Key_Home, "");
-    EXPECT_EQ(table_.selectedRow(), 0);
+    EXPECT_EQ(table.selectedRow(), 0);
 }
 
 TEST_F(TableTest, TheFirstArrowKeySelectsTheRowThatHasTheFocus) {
-    table_.setFocus(Qt::TabFocusReason);
-    ASSERT_EQ(table_.selectedRow(), -1);
-    ASSERT_EQ(table_.currentIndex().row(), 0);
+    table.setFocus(Qt::TabFocusReason);
+    ASSERT_EQ(table.selectedRow(), -1);
+    ASSERT_EQ(table.currentIndex().row(), 0);
     press(Qt::Key_Down, "");
-    EXPECT_EQ(table_.selectedRow(), 0);
+    EXPECT_EQ(table.selectedRow(), 0);
     press(Qt::Key_Down, "");
-    EXPECT_EQ(table_.selectedRow(), 1);
+    EXPECT_EQ(table.selectedRow(), 1);
 }
 
 TEST_F(TableTest, OneWholeRowIsSelected) {
     select(1);
     select(4, 1);
-    EXPECT_EQ(table_.selectedRow(), 4);
-    EXPECT_EQ(table_.selectionModel()->selectedIndexes().size(), 2);
+    EXPECT_EQ(table.selectedRow(), 4);
+    EXPECT_EQ(table.selectionModel()->selectedIndexes().size(), 2);
 }
 
 TEST_F(TableTest, TypingANameLooksInTheSearchColumn) {
-    model_.setItem(3, 0, new QStandardItem("other"));
-    model_.setItem(7, 0, new QStandardItem("tool"));
-    model_.setItem(3, 1, new QStandardItem("tool"));
-    table_.setSearchColumn(0);
+    model.setItem(3, 0, new QStandardItem("other"));
+    model.setItem(7, 0, new QStandardItem("tool"));
+    model.setItem(3, 1, new QStandardItem("tool"));
+    table.setSearchColumn(0);
     select(0, 1);
-    table_.keyboardSearch("to");
-    EXPECT_EQ(table_.selectedRow(), 7);
+    table.keyboardSearch("to");
+    EXPECT_EQ(table.selectedRow(), 7);
 }
 
 TEST_F(TableTest, GridLinesAreInvisibleUntilShownInTheirColour) {
     const QColor grid(200, 30, 30);
-    table_.setGridColor(grid);
-    EXPECT_EQ(table_.gridColor(), grid);
-    const QRect row = table_.rectOfRow(1);
+    table.setGridColor(grid);
+    EXPECT_EQ(table.gridColor(), grid);
+    const QRect row = table.rectOfRow(1);
     EXPECT_EQ(picture().pixelColor(150, row.bottom()), kBackground);
-    EXPECT_FALSE(table_.showGrid());
-    table_.setGridLinesVisible(true);
+    EXPECT_FALSE(table.showGrid());
+    table.setGridLinesVisible(true);
     const QImage image = picture();
     EXPECT_EQ(image.pixelColor(150, row.bottom()), grid);
-    EXPECT_EQ(image.pixelColor(table_.columnViewportPosition(1) - 1, row.center().y()), grid);
+    EXPECT_EQ(image.pixelColor(table.columnViewportPosition(1) - 1, row.center().y()), grid);
     EXPECT_EQ(image.pixelColor(150, row.center().y()), kBackground);
 }
 
 TEST_F(TableTest, RowsAreSixtyEightPointsHighAndGrowWithTheFont) {
-    EXPECT_EQ(table_.rowHeight(0), 68);
-    EXPECT_EQ(table_.rowHeight(19), 68);
+    EXPECT_EQ(table.rowHeight(0), 68);
+    EXPECT_EQ(table.rowHeight(19), 68);
     {
         const offscreen::ScopedFontSize size(18);
-        EXPECT_EQ(table_.rowHeight(0), 102);
+        EXPECT_EQ(table.rowHeight(0), 102);
     }
-    EXPECT_EQ(table_.rowHeight(0), 68);
-    table_.setRowHeightInPoints(30);
-    EXPECT_EQ(table_.rowHeight(5), 30);
+    EXPECT_EQ(table.rowHeight(0), 68);
+    table.setRowHeightInPoints(30);
+    EXPECT_EQ(table.rowHeight(5), 30);
 }
 
 TEST_F(TableTest, CellsKeepHalfTheSpacingClear) {
-    table_.setIntercellSpacing({10, 5});
-    EXPECT_EQ(table_.cellFrame({100, 68, 210, 68}), QRectF(105, 70.5, 200, 63));
+    table.setIntercellSpacing({10, 5});
+    EXPECT_EQ(table.cellFrame({100, 68, 210, 68}), QRectF(105, 70.5, 200, 63));
     const offscreen::ScopedFontSize size(24);
-    EXPECT_EQ(table_.cellFrame({100, 68, 210, 68}), QRectF(110, 73, 190, 58));
+    EXPECT_EQ(table.cellFrame({100, 68, 210, 68}), QRectF(110, 73, 190, 58));
 }
 
 TEST_F(TableTest, ScrollsByPixels) {
-    table_.verticalScrollBar()->setValue(30);
-    EXPECT_EQ(table_.rectOfRow(0).top(), -30);
+    table.verticalScrollBar()->setValue(30);
+    EXPECT_EQ(table.rectOfRow(0).top(), -30);
     EXPECT_TRUE(isNear(picture().pixelColor(150, 0), banded(0.3 + 0.1 * 30 / 68)));
 }
 

@@ -17,9 +17,12 @@
 namespace {
 
 // Folders entered through a link that lies behind another link. Links that lead back into the folder
-// they are in multiply without end; together with the system's rule of 40 links to a path this bounds a
-// scan to (number of folders) x (1 + number of links + this) steps.
+// they are in multiply without end; the system's rule of 40 links to a path alone would not end them in
+// anybody's lifetime.
 constexpr int kNestedLinkLimit = 4096;
+
+// And folders entered behind such links, since each of them may lead into a large tree.
+constexpr int kNestedFolderLimit = 200'000;
 
 // Levels of a walk that keep their descriptor; those above give it back until the walk returns to them.
 constexpr std::size_t kOpenLevels = 32;
@@ -149,6 +152,7 @@ struct Scan {
     std::optional<std::string> applicationsFolder = VTLocalPaths::applicationDirectory(false);
     std::atomic<bool> threadIsFree = true; // of the two that may walk
     int nestedLinks = 0;
+    int nestedFolders = 0;
 };
 
 // Walks a folder. The recursion is a list of levels, so that its depth costs neither stack nor
@@ -186,6 +190,7 @@ private:
         std::vector<platform::DirectoryEntry> entries{};
         std::size_t next = 0;
         std::size_t firstFound = 0; // where this folder's findings begin
+        bool isNested = false;      // behind a link that lies behind another
     };
 
     Findings finish() {
@@ -215,15 +220,18 @@ private:
     // Lists the folder that `open` gives (null: refused) and makes it the level to work on. A failure
     // concerns that folder alone.
     template <typename Open>
-    bool enter(Open open) {
+    bool enter(Open open, bool isNested = false) {
         try {
-            Level level{.folder = open(), .firstFound = findings_.found.size()};
+            Level level{.folder = open(), .firstFound = findings_.found.size(), .isNested = isNested};
             if (!level.folder) {
                 return false;
             }
             std::error_code error;
             level.entries = level.folder->entries(platform::Listing::FoldersAndLinks, error);
             if (error) {
+                if (!levels_.empty() && !platform::current().fileManager->isDirectory(level.folder->path())) {
+                    return false; // gone since its parent was listed, or never to be reached
+                }
                 platform::current().consoleLog->log(format("Unable to get contents of directory %@ - %@",
                                                            level.folder->path(), error.message()));
                 return false;
@@ -260,7 +268,7 @@ private:
         auto extension = platform::pathExtension(entry.name);
         if (extension.empty()) {
             if (level.folder->isFolder(entry) && !AppController::isFileBlacklisted(entry.name)) {
-                descend(*level.folder, entry);
+                descend(level, entry);
             }
             return;
         }
@@ -271,20 +279,38 @@ private:
         }
     }
 
-    void descend(platform::Folder& folder, const platform::DirectoryEntry& entry) {
-        if (entry.kind != platform::EntryKind::Link) {
-            enter([&] { return folder.subfolder(entry); });
+    void descend(const Level& level, const platform::DirectoryEntry& entry) {
+        auto& folder = *level.folder;
+        const bool isLink = entry.kind == platform::EntryKind::Link;
+        const bool isNested = level.isNested || (isLink && links_ == Links::AtOnce);
+        if (isNested && !isWithinBounds(isLink)) {
+            return;
+        }
+        if (!isLink) {
+            enter([&] { return folder.subfolder(entry); }, isNested);
             return;
         }
         auto path = folder.path() + "/" + entry.name;
         if (links_ == Links::Later) {
             findings_.found.emplace_back(std::move(path));
-        } else if (++scan_.nestedLinks <= kNestedLinkLimit) {
-            enter([&] { return leadsBack(path) ? nullptr : folder.subfolder(entry); });
-        } else if (scan_.nestedLinks == kNestedLinkLimit + 1) {
+        } else {
+            enter([&] { return leadsBack(path) ? nullptr : folder.subfolder(entry); }, isNested);
+        }
+    }
+
+    // Counts a folder behind nested links. False once there have been too many; that is said once.
+    bool isWithinBounds(bool isLink) {
+        const bool wasWithin =
+            scan_.nestedLinks <= kNestedLinkLimit && scan_.nestedFolders <= kNestedFolderLimit;
+        ++scan_.nestedFolders;
+        scan_.nestedLinks += isLink ? 1 : 0;
+        const bool isWithin =
+            scan_.nestedLinks <= kNestedLinkLimit && scan_.nestedFolders <= kNestedFolderLimit;
+        if (wasWithin && !isWithin) {
             platform::current().consoleLog->log(
                 "Warning: Too many symbolic links inside linked folders; the rest are not followed.");
         }
+        return isWithin;
     }
 
     // Lets a free thread have half of what is left to do at the highest level that has anything left. All

@@ -78,8 +78,14 @@ std::optional<std::string> LinuxUsers::homeDirectoryForUser(const std::string& n
 }
 
 std::optional<std::string> LinuxUsers::consoleUser() {
-    auto seat = activeSessionOfSeat0();
+    constexpr std::chrono::seconds kLongAnswer{1};
+    constexpr std::chrono::seconds kPause{30};
+    const auto asked = std::chrono::steady_clock::now();
+    auto seat = asked < askAgainAt_.load() ? SeatAnswer() : activeSessionOfSeat0();
     if (!seat.reached) {
+        if (std::chrono::steady_clock::now() - asked > kLongAnswer) {
+            askAgainAt_ = asked + kPause;
+        }
         return ::getuid() == 0 ? invokingUser() : std::nullopt;
     }
     return seat.userName;

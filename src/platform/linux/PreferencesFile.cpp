@@ -1,12 +1,14 @@
 #include "PreferencesFile.h"
 
 #include "Exception.h"
+#include "FileDescriptor.h"
 #include "FolderLock.h"
 #include "Platform.h"
 #include "PropertyListSerialization.h"
 
 #include <array>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace platform {
 
@@ -44,6 +46,9 @@ void PreferencesFile::setValue(const PropertyList& value, const std::string& key
     throwOn(fileManager.createDirectory(folder_));
     FolderLock lock(folder_);
     auto contents = fileManager.contents(path_, kPropertyListMaximumBytes);
+    if (contents.exists && !contents.bytes && ::access(path_.c_str(), R_OK) != 0) {
+        throwOn(lastError()); // it may well be sound, only not for us to read
+    }
     auto list = contents.bytes ? parsePropertyList(*contents.bytes) : std::nullopt;
     bool isSound = list && list->dictionary();
     auto values = isSound ? std::get<PropertyList::Dictionary>(std::move(*list).takeValue())

@@ -504,6 +504,21 @@ TEST(ScanLinks, LoopsSideBySideEnd) {
         ElementsAre("Warning: Too many symbolic links inside linked folders; the rest are not followed."));
 }
 
+// Nor does it help them to lead into a large tree: 200,000 folders are entered behind such links.
+TEST(ScanLinks, LoopsSideBySideInALargeTreeEnd) {
+    for (int i = 0; i < 1000; ++i) {
+        sandbox::makeFolder(applications() + "/a" + std::to_string(i));
+    }
+    addTool("A.app", "A");
+    addLink("loop", ".");
+    addLink("round", "./");
+    // A round behind a nested link enters 1,000 folders and the next link.
+    EXPECT_THAT(scan(), SizeIs(testing::AllOf(testing::Gt(41), testing::Lt(250))));
+    EXPECT_THAT(
+        sandbox::console().lines(),
+        ElementsAre("Warning: Too many symbolic links inside linked folders; the rest are not followed."));
+}
+
 TEST(ScanLinks, UpAndLoopSideBySideEnd) {
     addTool("sub/A.app", "A");
     addLink("sub/loop", ".");
@@ -511,6 +526,43 @@ TEST(ScanLinks, UpAndLoopSideBySideEnd) {
     auto apps = scan();
     EXPECT_THAT(apps, SizeIs(testing::Gt(41)));
     EXPECT_THAT(apps, SizeIs(testing::Le(1 + 2 + 4096)));
+}
+
+// A folder that cannot be reached does not exist; one that can be reached and not listed is reported.
+TEST(Scan, AFolderThatIsGoneWhenItsTurnComesIsNoFailure) {
+    sandbox::makeFolder(applications() + "/ghost");
+    struct Ghost : platform::Folder {
+        explicit Ghost(std::unique_ptr<platform::Folder> folder) : real(std::move(folder)) {}
+        const std::string& path() const override { return real->path(); }
+        std::vector<platform::DirectoryEntry> entries(platform::Listing listing,
+                                                      std::error_code& error) override {
+            if (path().ends_with("ghost")) {
+                error = std::make_error_code(std::errc::no_such_file_or_directory);
+                return {};
+            }
+            return real->entries(listing, error);
+        }
+        bool isFolder(const platform::DirectoryEntry& entry) override { return real->isFolder(entry); }
+        std::unique_ptr<platform::Folder> subfolder(const platform::DirectoryEntry& entry) override {
+            fs::remove(real->path() + "/" + entry.name);
+            return std::make_unique<Ghost>(real->subfolder(entry));
+        }
+        platform::FileContents contents(std::string_view path, std::size_t limit) override {
+            return real->contents(path, limit);
+        }
+        void suspend() override { real->suspend(); }
+        std::unique_ptr<platform::Folder> real;
+    };
+    struct Files : platform::LinuxFileManager {
+        std::unique_ptr<platform::Folder> openFolder(const std::string& path) override {
+            return std::make_unique<Ghost>(LinuxFileManager::openFolder(path));
+        }
+    };
+    auto services = platform::current();
+    services.fileManager = std::make_shared<Files>();
+    platform::ScopedPlatform scope(services);
+    EXPECT_THAT(scannedTitles(), IsEmpty());
+    EXPECT_THAT(sandbox::console().lines(), IsEmpty());
 }
 
 // --- Depth and descriptors

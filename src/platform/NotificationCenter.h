@@ -27,6 +27,8 @@ public:
     class Observation {
     public:
         Observation() = default;
+        Observation(const Observation&) = delete;
+        Observation& operator=(const Observation&) = delete;
         Observation(Observation&&) noexcept = default;
         Observation& operator=(Observation&&) noexcept = default;
         ~Observation() = default;

@@ -74,6 +74,7 @@ class Launcher:
     """A running Launcher. `home` is an empty folder made for it unless one is given."""
 
     def __init__(self, *arguments, root=SAMPLE_SUITE, home=None):
+        self.root = root
         self.home = home or tempfile.mkdtemp(prefix="home-", dir=os.environ["HOME"])
         self._errors = tempfile.TemporaryFile()
         self.process = subprocess.Popen([PROGRAM, *arguments], stdin=subprocess.DEVNULL,

@@ -145,6 +145,21 @@ class PanelTest(DesktopTest):
         launcher.press("ctrl+q")
         self.assertEqual(launcher.wait_for_exit(), 0, launcher.standard_error())
 
+    def test_quits_when_its_window_is_closed(self):
+        launcher = self.open_panel()
+        launcher.press("alt+F4")
+        self.assertEqual(launcher.wait_for_exit(), 0)
+
+    def test_keeps_a_log_that_is_whole_at_the_end(self):
+        launcher = self.open_panel()
+        launcher.press("ctrl+q")
+        self.assertEqual(launcher.wait_for_exit(), 0)
+        library = pathlib.Path(launcher.root if os.getuid() == 0 else launcher.home) / "Library"
+        entries = [line.split(" - ", 1)[1] for line in
+                   (library / "Logs/Vantorel/Launcher.1.log").read_text(encoding="utf-8").splitlines()]
+        starts = ["Log started: ", "Version: ", "Path: ", "System: OS X ", "Running in "]
+        self.assertEqual([entry[:len(start)] for entry, start in zip(entries, starts)], starts)
+
     def test_quits_from_the_menu(self):
         launcher = self.open_panel()
         launcher.choose("Launcher", "Quit")

@@ -16,6 +16,7 @@
 
 #include <QApplication>
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -71,6 +72,7 @@ int openPanel(int argc, char** argv) {
                    stderr);
         return 1;
     }
+    std::signal(SIGPIPE, SIG_IGN); // whoever read our messages may leave
     qInstallMessageHandler(reportFatalMessages);
     QApplication application(argc, argv);
     if (argc > 1) {

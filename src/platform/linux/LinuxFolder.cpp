@@ -79,9 +79,8 @@ void sortByName(std::vector<DirectoryEntry>& entries) {
 
 } // namespace
 
-LinuxFolder::LinuxFolder(std::string path) : path_(std::move(path)) {
+LinuxFolder::LinuxFolder(std::string path) : path_(std::move(path)), crossesLinks_(mayCrossLinks(path_)) {
     open(AT_FDCWD, path_.c_str());
-    crossesLinks_ = mayCrossLinks(path_);
 }
 
 std::string LinuxFolder::join(std::string_view name) const {

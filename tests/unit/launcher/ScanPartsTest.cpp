@@ -4,6 +4,7 @@
 
 #include "Exception.h"
 #include "ToolTree.h"
+#include "VTLog.h"
 #include "linux/LinuxFileManager.h"
 
 #include <atomic>
@@ -84,6 +85,8 @@ struct ThrowingFiles : platform::LinuxFileManager {
 
 class ScanPartsFailure : public testing::Test {
 protected:
+    void TearDown() override { VTLog::finishWriting(); } // the log's thread uses the services, too
+
     // Scans, and expects so many exceptions in the log.
     static std::optional<AppController::AppList> scanWithExceptions() {
         testing::internal::CaptureStdout();

@@ -2,6 +2,7 @@
 
 #include "Exception.h"
 #include "ToolTree.h"
+#include "VTLog.h"
 #include "linux/LinuxFileManager.h"
 
 #include <filesystem>
@@ -357,6 +358,10 @@ struct FailingFiles : platform::LinuxFileManager {
 };
 
 class FailingScan : public testing::Test {
+protected:
+    void TearDown() override { VTLog::finishWriting(); } // the log's thread uses the services, too
+
+private:
     platform::Platform withFailures() {
         auto services = platform::current();
         services.fileManager = std::make_shared<FailingFiles>();

@@ -31,11 +31,15 @@ class Opener {
 public:
     Opener() {
         const auto program = sandbox::folder() + "/bin/xdg-open";
-        sandbox::writeFile(program, "#!/bin/sh\n"
-                                    "{ echo \"$#\"; echo \"$1\"; cut -d' ' -f1,6 /proc/$$/stat\n"
-                                    "readlink /proc/$$/fd/0; grep -E '^Sig(Blk|Ign)' /proc/$$/status\n"
-                                    "} > " +
-                                        notes() + "\n");
+        sandbox::writeFile(program,
+                           "#!/bin/sh\n"
+                           "{ echo \"$#\"; echo \"$1\"; cut -d' ' -f1,6 /proc/$$/stat\n"
+                           "readlink /proc/$$/fd/0\n"
+                           // By the shell itself: while it waits for a program it blocks signals.
+                           "while read -r line; do case $line in Sig[BI][lg]*) echo \"$line\";; esac\n"
+                           "done < /proc/$$/status\n"
+                           "} > " +
+                               notes() + "\n");
         std::filesystem::permissions(program, std::filesystem::perms::owner_all);
         setenv("PATH", (sandbox::folder() + "/bin:" + getenv("PATH")).c_str(), 1);
     }

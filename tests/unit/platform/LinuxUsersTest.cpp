@@ -214,3 +214,16 @@ TEST_F(LinuxUsers, DoesNotWaitForALoginManagerThatNeverAnswers) {
     setenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().c_str(), 1);
     EXPECT_TRUE(givesUpSoon(std::nullopt));
 }
+
+TEST_F(LinuxUsers, DoesNotAskAgainSoonWhenItHasWaitedInVain) {
+    platform::LinuxUsers users;
+    {
+        MuteSocket mute;
+        setenv("DBUS_SYSTEM_BUS_ADDRESS", MuteSocket::address().c_str(), 1);
+        EXPECT_EQ(users.consoleUser(), std::nullopt);
+    }
+    LoginManager login;
+    login.addSession("c1", "seat0", "alice");
+    EXPECT_EQ(users.consoleUser(), std::nullopt);
+    EXPECT_EQ(consoleUser(), "alice"); // somebody who has not waited does ask
+}

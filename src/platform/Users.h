@@ -6,7 +6,8 @@
 
 namespace platform {
 
-// Who runs the process and who sits at the machine. Nothing is cached. Any thread.
+// Who runs the process and who sits at the machine. Nothing is cached, but a console that did not answer is
+// not asked again at once. Any thread.
 class Users {
 public:
     virtual ~Users() = default;

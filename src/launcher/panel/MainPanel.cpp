@@ -228,6 +228,7 @@ void MainPanel::reloadData() {
     auto selected = model_->app(table_->selectedRow());
     int scrolledTo = table_->verticalScrollBar()->value();
     model_->reload();
+    table_->doItemsLayout(); // at once: the scroll bar's range has to be the new one
     table_->verticalScrollBar()->setValue(scrolledTo);
     if (int row = selected ? model_->rowOfPath(selected->appPath().value_or("")) : -1; row >= 0) {
         table_->selectionModel()->setCurrentIndex(model_->index(row, CatalogueModel::Title),

@@ -160,7 +160,9 @@ TEST_F(MainPanelTest, ReloadingKeepsThePlaceScrolledTo) {
         addTool(std::to_string(i) + ".app", "Tool " + std::to_string(i), "Kelvandor");
     }
     open();
-    table().verticalScrollBar()->setValue(500);
+    auto* bar = table().verticalScrollBar();
+    ASSERT_TRUE(QTest::qWaitFor([bar] { return bar->maximum() > 500; }, kLimit));
+    bar->setValue(500);
     action("Show Group Names")->trigger();
     EXPECT_EQ(table().verticalScrollBar()->value(), 500);
 }

@@ -91,17 +91,17 @@ class CommandLineTest(unittest.TestCase):
         for option in ("--list", "--json", "--version", "--help", "VANTOREL_ROOT"):
             self.assertIn(option, result.stdout)
 
-    def test_unknown_option_is_named_and_refused(self):
-        for arguments in (["--frobnicate"], ["--list", "--frobnicate"]):
+    def test_unknown_argument_is_named_and_refused(self):
+        for arguments in (["--frobnicate"], ["--list", "--frobnicate"], ["typo"], ["--list", "typo"]):
             result = self.run_launcher(*arguments)
             self.assertEqual((result.returncode, result.stdout), (2, ""))
-            self.assertIn("Launcher: unknown option --frobnicate", result.stderr)
+            self.assertIn(f"Launcher: unknown argument {arguments[-1]}\n", result.stderr)
             self.assertIn("Usage:", result.stderr)
 
     def test_json_without_list_is_refused(self):
         result = self.run_launcher("--json")
         self.assertEqual((result.returncode, result.stdout), (2, ""))
-        self.assertIn("Launcher: unknown option --json", result.stderr)
+        self.assertIn("Launcher: unknown argument --json\n", result.stderr)
 
     def test_panel_without_a_display_is_refused_without_a_crash(self):
         result = self.run_launcher()

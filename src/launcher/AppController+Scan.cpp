@@ -124,8 +124,8 @@ struct Part;
 // What a walk has found. The parts that it gave away come behind its own, the last one first.
 struct Findings {
     bool failed = false; // its top folder yields nothing
-    std::vector<Found> found{};
-    std::vector<Part> parts{};
+    std::vector<Found> found;
+    std::vector<Part> parts;
 
     // The folder so many levels down yields nothing, not even what had been found in it.
     void lose(std::size_t depth, std::size_t firstFound);
@@ -137,6 +137,12 @@ struct Part {
     std::size_t firstFound; // and where its findings begin there
     std::future<Findings> findings;
 };
+
+Findings failure() {
+    Findings findings;
+    findings.failed = true;
+    return findings;
+}
 
 void Findings::lose(std::size_t depth, std::size_t firstFound) {
     failed = depth == 0;
@@ -169,7 +175,7 @@ public:
     Findings run(const std::string& folder) {
         auto& files = *platform::current().fileManager;
         bool entered = enter([&] { return leadsBack(folder) ? nullptr : files.openFolder(folder); });
-        return entered ? finish() : Findings{.failed = true};
+        return entered ? finish() : failure();
     }
 
     // Walks some entries of a folder.
@@ -180,7 +186,7 @@ public:
             return finish();
         } catch (const std::exception& exception) {
             report(exception);
-            return {.failed = true};
+            return failure();
         }
     }
 
@@ -196,7 +202,7 @@ private:
     Findings finish() {
         while (!levels_.empty()) {
             if (scan_.stop.stop_requested()) {
-                return {.failed = true};
+                return failure();
             }
             advance();
             if (links_ == Links::Later && ++steps_ % kStepsPerPart == 0) {

@@ -111,10 +111,10 @@ public:
 
     VTLog(const VTLog&) = delete;
     VTLog& operator=(const VTLog&) = delete;
+    ~VTLog() = delete;
 
 private:
     VTLog();
-    ~VTLog() = delete;
 
     static void append(std::string text);
     static void appendAndPrint(const std::string& text);

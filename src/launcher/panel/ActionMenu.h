@@ -33,6 +33,8 @@ public:
     // Items go to the end of `menu`. `action` is called for an item that the user chooses.
     ActionMenu(QMenu* menu, Action action);
     ~ActionMenu() override;
+    ActionMenu(const ActionMenu&) = delete;
+    ActionMenu& operator=(const ActionMenu&) = delete;
 
     std::size_t numberOfItems() const override { return items_.size(); }
     outlet::MenuItem& itemAtIndex(std::size_t index) override;

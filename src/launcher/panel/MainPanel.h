@@ -21,6 +21,8 @@ class MainPanel : public QMainWindow {
 public:
     explicit MainPanel(std::shared_ptr<AppController> controller);
     ~MainPanel() override;
+    MainPanel(const MainPanel&) = delete;
+    MainPanel& operator=(const MainPanel&) = delete;
 
     // What the controller works with; valid as long as the panel.
     Outlets outlets();

@@ -15,6 +15,11 @@ constexpr std::array kSignals{SIGTERM, SIGINT, SIGHUP};
 // Written by the handler, read by the event loop.
 int arrival = -1;
 
+int openArrival() {
+    arrival = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    return arrival;
+}
+
 void noteArrival(int) {
     const std::uint64_t one = 1;
     [[maybe_unused]] auto written = ::write(arrival, &one, sizeof one);
@@ -35,9 +40,8 @@ void setHandlers(void (*handler)(int)) {
 
 } // namespace
 
-TerminationSignals::TerminationSignals() {
-    arrival = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    arrived_ = new QSocketNotifier(arrival, QSocketNotifier::Read, this);
+TerminationSignals::TerminationSignals()
+    : arrived_(new QSocketNotifier(openArrival(), QSocketNotifier::Read, this)) {
     connect(arrived_, &QSocketNotifier::activated, this, [this] {
         arrived_->setEnabled(false);
         setHandlers(SIG_DFL); // whoever asks again means it

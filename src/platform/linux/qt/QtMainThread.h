@@ -11,6 +11,8 @@ class QtMainThread : public MainThread {
 public:
     QtMainThread();
     ~QtMainThread() override;
+    QtMainThread(const QtMainThread&) = delete;
+    QtMainThread& operator=(const QtMainThread&) = delete;
 
     void perform(std::function<void()> work, Wait wait) override;
 

@@ -2,10 +2,9 @@
 
 #include "AppController.h"
 
-#include "Exception.h"
+#include "FailingFiles.h"
 #include "ToolTree.h"
 #include "VTLog.h"
-#include "linux/LinuxFileManager.h"
 
 #include <atomic>
 #include <cstdio>
@@ -51,38 +50,6 @@ std::vector<std::string> scannedTitles() {
     return titlesOf(AppController::appsForFolder(applications()));
 }
 
-// Reading anything of a bundle named "Bad.app" throws.
-class ThrowingFolder : public platform::Folder {
-public:
-    explicit ThrowingFolder(std::unique_ptr<platform::Folder> real) : real_(std::move(real)) {}
-
-    const std::string& path() const override { return real_->path(); }
-    std::vector<platform::DirectoryEntry> entries(platform::Listing listing,
-                                                  std::error_code& error) override {
-        return real_->entries(listing, error);
-    }
-    bool isFolder(const platform::DirectoryEntry& entry) override { return real_->isFolder(entry); }
-    std::unique_ptr<platform::Folder> subfolder(const platform::DirectoryEntry& entry) override {
-        return std::make_unique<ThrowingFolder>(real_->subfolder(entry));
-    }
-    platform::FileContents contents(std::string_view relativePath, std::size_t limit) override {
-        if (relativePath.starts_with("Bad.app")) {
-            throw platform::Exception("NSReadException", "reading went wrong");
-        }
-        return real_->contents(relativePath, limit);
-    }
-    void suspend() override { real_->suspend(); }
-
-private:
-    std::unique_ptr<platform::Folder> real_;
-};
-
-struct ThrowingFiles : platform::LinuxFileManager {
-    std::unique_ptr<platform::Folder> openFolder(const std::string& path) override {
-        return std::make_unique<ThrowingFolder>(LinuxFileManager::openFolder(path));
-    }
-};
-
 class ScanPartsFailure : public testing::Test {
 protected:
     void TearDown() override { VTLog::finishWriting(); } // the log's thread uses the services, too
@@ -96,12 +63,12 @@ protected:
     }
 
 private:
-    static platform::Platform withThrowingFiles() {
+    static platform::Platform withFailures() {
         auto services = platform::current();
-        services.fileManager = std::make_shared<ThrowingFiles>();
+        services.fileManager = std::make_shared<FailingFiles>();
         return services;
     }
-    platform::ScopedPlatform scope_{withThrowingFiles()};
+    platform::ScopedPlatform scope_{withFailures()};
 };
 
 } // namespace

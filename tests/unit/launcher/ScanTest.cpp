@@ -1,9 +1,8 @@
 #include "AppController.h"
 
-#include "Exception.h"
+#include "FailingFiles.h"
 #include "ToolTree.h"
 #include "VTLog.h"
-#include "linux/LinuxFileManager.h"
 
 #include <filesystem>
 #include <gmock/gmock.h>
@@ -318,45 +317,6 @@ TEST(Scan, AFolderThatCannotBeListedIsReported) {
 
 namespace {
 
-// Folders that fail as the test wants, over the real ones.
-class FailingFolder : public platform::Folder {
-public:
-    explicit FailingFolder(std::unique_ptr<platform::Folder> real) : real_(std::move(real)) {}
-
-    const std::string& path() const override { return real_->path(); }
-    std::vector<platform::DirectoryEntry> entries(platform::Listing listing,
-                                                  std::error_code& error) override {
-        if (path().ends_with("unlistable")) {
-            error = std::make_error_code(std::errc::permission_denied);
-            return {};
-        }
-        if (path().ends_with("throwing")) {
-            throw platform::Exception("NSListException", "listing went wrong");
-        }
-        return real_->entries(listing, error);
-    }
-    bool isFolder(const platform::DirectoryEntry& entry) override { return real_->isFolder(entry); }
-    std::unique_ptr<platform::Folder> subfolder(const platform::DirectoryEntry& entry) override {
-        return std::make_unique<FailingFolder>(real_->subfolder(entry));
-    }
-    platform::FileContents contents(std::string_view relativePath, std::size_t limit) override {
-        if (relativePath.starts_with("Bad.app")) {
-            throw platform::Exception("NSReadException", "reading went wrong");
-        }
-        return real_->contents(relativePath, limit);
-    }
-    void suspend() override { real_->suspend(); }
-
-private:
-    std::unique_ptr<platform::Folder> real_;
-};
-
-struct FailingFiles : platform::LinuxFileManager {
-    std::unique_ptr<platform::Folder> openFolder(const std::string& path) override {
-        return std::make_unique<FailingFolder>(LinuxFileManager::openFolder(path));
-    }
-};
-
 class FailingScan : public testing::Test {
 protected:
     void TearDown() override { VTLog::finishWriting(); } // the log's thread uses the services, too
@@ -536,35 +496,8 @@ TEST(ScanLinks, UpAndLoopSideBySideEnd) {
 // A folder that cannot be reached does not exist; one that can be reached and not listed is reported.
 TEST(Scan, AFolderThatIsGoneWhenItsTurnComesIsNoFailure) {
     sandbox::makeFolder(applications() + "/ghost");
-    struct Ghost : platform::Folder {
-        explicit Ghost(std::unique_ptr<platform::Folder> folder) : real(std::move(folder)) {}
-        const std::string& path() const override { return real->path(); }
-        std::vector<platform::DirectoryEntry> entries(platform::Listing listing,
-                                                      std::error_code& error) override {
-            if (path().ends_with("ghost")) {
-                error = std::make_error_code(std::errc::no_such_file_or_directory);
-                return {};
-            }
-            return real->entries(listing, error);
-        }
-        bool isFolder(const platform::DirectoryEntry& entry) override { return real->isFolder(entry); }
-        std::unique_ptr<platform::Folder> subfolder(const platform::DirectoryEntry& entry) override {
-            fs::remove(real->path() + "/" + entry.name);
-            return std::make_unique<Ghost>(real->subfolder(entry));
-        }
-        platform::FileContents contents(std::string_view path, std::size_t limit) override {
-            return real->contents(path, limit);
-        }
-        void suspend() override { real->suspend(); }
-        std::unique_ptr<platform::Folder> real;
-    };
-    struct Files : platform::LinuxFileManager {
-        std::unique_ptr<platform::Folder> openFolder(const std::string& path) override {
-            return std::make_unique<Ghost>(LinuxFileManager::openFolder(path));
-        }
-    };
     auto services = platform::current();
-    services.fileManager = std::make_shared<Files>();
+    services.fileManager = std::make_shared<FailingFiles>();
     platform::ScopedPlatform scope(services);
     EXPECT_THAT(scannedTitles(), IsEmpty());
     EXPECT_THAT(sandbox::console().lines(), IsEmpty());

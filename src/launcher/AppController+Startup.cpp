@@ -3,6 +3,7 @@
 #include "Platform.h"
 #include "VTException.h"
 #include "VTLog.h"
+#include "VTWindowController.h"
 
 #include <chrono>
 
@@ -12,10 +13,24 @@ std::shared_ptr<AppController> AppController::init() {
     return std::shared_ptr<AppController>(new AppController);
 }
 
+// The panel has styled its table already and put the dark scroller beside it.
 void AppController::awakeFromNib(const Outlets& outlets) {
     try {
         outlets_ = outlets;
         startRebuild();
+        outlets_.windowController->showWindow();
+        outlets_.tableView->reloadData();
+
+        // Observations end with the controller, so they may use it.
+        auto& center = *platform::current().notificationCenter;
+        observations_.push_back(
+            center.addObserver(platform::kWorkspaceDidTerminateApplicationNotification,
+                               [this](const platform::Notification& ended) { appQuit(ended); }));
+        observations_.push_back(center.addObserver(
+            kWindowDidBecomeKey, [this](const platform::Notification&) { windowDidBecomeKey(); }));
+        observations_.push_back(
+            center.addObserver("VTEnterPressed", [this](const platform::Notification&) { launchApp(); }));
+
         auto sortType = platform::current().userDefaults->integerForKey("sortType");
         for (std::size_t i = 0; i < outlets_.sortMenu->numberOfItems(); ++i) {
             auto& item = outlets_.sortMenu->itemAtIndex(i);
@@ -23,9 +38,19 @@ void AppController::awakeFromNib(const Outlets& outlets) {
                 item.setState(true);
             }
         }
+        bool started = threads_.detachNewThread([self = shared_from_this()](std::stop_token stop) {
+            self->populateUserManuals(std::move(stop));
+        });
+        if (!started) {
+            platform::current().consoleLog->log("Unable to look for manuals: no thread could be started.");
+        }
     } catch (const std::exception& exception) {
         VTException::logException(exception, "-[AppController awakeFromNib]");
     }
+}
+
+bool AppController::applicationShouldTerminateAfterLastWindowClosed() const {
+    return !outlets_.mainWindow->isVisible();
 }
 
 bool AppController::applicationWillTerminate() {

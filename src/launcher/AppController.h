@@ -1,5 +1,6 @@
 #pragma once
 
+#include "NotificationCenter.h"
 #include "Outlets.h"
 #include "VTLaunchApp.h"
 #include "WorkerThreads.h"
@@ -31,12 +32,18 @@ public:
     static constexpr int kSortByName = 0;
     static constexpr int kSortByGroup = 1;
 
+    // --- The program's life and its menus (AppController+Startup.cpp, AppController+Help.cpp). Main thread
+    // unless it says otherwise.
+
     // Opens a fresh log and puts the registered defaults in place.
     static std::shared_ptr<AppController> init();
 
     // Once the panel is loaded: takes the outlets, which must outlive `applicationWillTerminate`, starts
-    // the first rebuild and checks the sort menu's item.
+    // the first rebuild, shows the panel and watches what happens.
     void awakeFromNib(const Outlets& outlets);
+
+    // Exactly when the main window is not visible.
+    bool applicationShouldTerminateAfterLastWindowClosed() const;
 
     // The end: asks the controller's threads to stop and waits a moment for them. False when one is
     // stuck, in a folder that does not answer, say; it must then be left behind.
@@ -44,6 +51,31 @@ public:
 
     // The program's threads, which end with it.
     WorkerThreads& threads() { return threads_; }
+
+    // Adds an item for each manual to the menu of user manuals. For a thread of its own.
+    void populateUserManuals(std::stop_token stop = {});
+    void showUserManual(const outlet::MenuItem& item);
+
+    void helpUserManual();
+    void helpOstendelHome();
+    void helpReportBug();
+    void helpSuggestFeature();
+    void helpVTHome();
+
+    // --- Launching (AppController+Launch.cpp).
+
+    // Launches the selected tool on a new thread. Main thread.
+    void launchApp();
+
+    // Launches one tool and takes the panel out of its way. For a thread of its own; `stop` cuts short the
+    // wait for the tool's window.
+    void launchAppOnThread(const VTLaunchApp& app, std::stop_token stop = {});
+
+    // Brings the running application of that name to the front. Not on the main thread.
+    void activateApp(const std::string& name, std::stop_token stop = {});
+
+    // An application has ended: shows the panel again when it was the one launched last. Main thread.
+    void appQuit(const platform::Notification& notification);
 
     // --- The scan (AppController+Scan.cpp). Any thread.
 
@@ -80,11 +112,15 @@ public:
 private:
     AppController() = default;
 
+    void windowDidBecomeKey() {} // the panel needs nothing done
     void showMenuItemsForGroups(const AppList& apps);
     void setDataArray(AppList apps);
 
     Outlets outlets_;
     WorkerThreads threads_;
+    std::vector<platform::NotificationCenter::Observation> observations_;
+    std::mutex launchMutex_;
+    std::optional<std::string> launchedBundleID_; // of the tool launched last; never cleared
     mutable std::mutex dataMutex_;
     std::shared_ptr<const AppList> dataArray_ = std::make_shared<const AppList>();
     std::size_t numberOfHiddenTools_ = 0; // the main thread's

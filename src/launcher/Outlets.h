@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -14,6 +15,8 @@ public:
     virtual ~MenuItem() = default;
     virtual std::string title() const = 0;
     virtual int tag() const = 0;
+    // The path of the file that the item stands for; absent when it stands for none.
+    virtual std::optional<std::string> representedPath() const = 0;
     virtual void setState(bool on) = 0; // its check mark
 };
 
@@ -27,7 +30,26 @@ public:
     virtual MenuItem* itemWithTitle(const std::string& title) = 0;
 
     // Appends an item without a key equivalent. Choosing it calls the menu's own action.
-    virtual MenuItem& addItem(const std::string& title) = 0;
+    virtual MenuItem& addItem(const std::string& title,
+                              std::optional<std::string> representedPath = std::nullopt) = 0;
+};
+
+// The main panel on the screen. Its alpha value is 0 for invisible to 1 for opaque.
+class Window {
+public:
+    virtual ~Window() = default;
+    virtual bool isVisible() const = 0;
+    virtual void orderFront() = 0; // shows it
+    virtual void orderBack() = 0;  // behind the windows of all programs
+    virtual void makeKeyAndOrderFront() = 0;
+    virtual void close() = 0;
+
+    virtual double alphaValue() const = 0;
+    virtual void setAlphaValue(double alpha) = 0;
+    // Moves towards `alpha` from wherever a change that is still under way has come. Each change that
+    // comes to its end calls the delegate.
+    virtual void animateAlphaValue(double alpha) = 0;
+    virtual void setAnimationDelegate(std::function<void()> animationDidStop) = 0;
 };
 
 class TableView {
@@ -55,9 +77,14 @@ public:
 
 } // namespace outlet
 
+class VTWindowController;
+
 struct Outlets {
+    outlet::Window* mainWindow = nullptr;
+    VTWindowController* windowController = nullptr; // the main window's
     outlet::TableView* tableView = nullptr;
     outlet::Spinner* spinner = nullptr;
     outlet::Menu* hideMenu = nullptr;
     outlet::Menu* sortMenu = nullptr;
+    outlet::Menu* userManualMenu = nullptr;
 };

@@ -20,6 +20,14 @@ std::string_view pathExtension(std::string_view path) {
     return dot == std::string_view::npos || dot == 0 ? std::string_view() : name.substr(dot + 1);
 }
 
+std::string_view nameWithoutExtension(std::string_view path) {
+    auto name = lastPathComponent(path);
+    if (auto extension = pathExtension(name); !extension.empty()) {
+        name.remove_suffix(extension.size() + 1);
+    }
+    return name;
+}
+
 bool isPackageName(std::string_view path) {
     static constexpr std::array<std::string_view, 24> kPackageExtensions{
         "action",     "app",   "bundle",  "component", "download", "dsym",      "framework",   "kext",

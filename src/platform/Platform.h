@@ -1,5 +1,7 @@
 #pragma once
 
+#include "AlertPanels.h"
+#include "Application.h"
 #include "ConsoleLog.h"
 #include "FileManager.h"
 #include "MainThread.h"
@@ -22,6 +24,8 @@ struct Platform {
     std::shared_ptr<UserDefaults> userDefaults;
     std::shared_ptr<MainThread> mainThread;
     std::shared_ptr<Workspace> workspace;
+    std::shared_ptr<Application> application;
+    std::shared_ptr<AlertPanels> alertPanels;
 };
 
 // The services in use. They are never destroyed at exit, so that a thread that outlives the main loop

@@ -75,14 +75,8 @@ std::optional<std::string> VTLog::appName() const {
         }
     }
     const auto executable = platform::mainExecutablePath();
-    auto name = platform::lastPathComponent(executable);
-    if (name.empty()) {
-        return std::nullopt;
-    }
-    if (auto extension = platform::pathExtension(name); !extension.empty()) {
-        name.remove_suffix(extension.size() + 1);
-    }
-    return std::string(name);
+    auto name = platform::nameWithoutExtension(executable);
+    return name.empty() ? std::nullopt : std::optional<std::string>(name);
 }
 
 void VTLog::setAppName(std::optional<std::string> name) {

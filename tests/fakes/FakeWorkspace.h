@@ -5,7 +5,8 @@
 #include <mutex>
 #include <utility>
 
-// Hands out icons that remember their path and draw nothing; remembers what was revealed.
+// Hands out icons that remember their path and draw nothing; remembers what was revealed, opened and
+// activated.
 class FakeWorkspace : public platform::Workspace {
 public:
     struct FakeIcon : platform::Icon {
@@ -24,6 +25,27 @@ public:
         std::lock_guard lock(mutex_);
         revealed_.emplace_back(path, rootPath);
     }
+    void openFile(const std::string& path) override { note("open " + path); }
+    void openURL(const std::string& address) override { note("open " + address); }
+    void activateApplication(const std::string& name, std::stop_token) override { note("activate " + name); }
+    std::vector<platform::RunningApplication> runningApplications() override { return {}; }
+    std::optional<std::string> absolutePathForAppBundleWithIdentifier(const std::string&) override {
+        return std::nullopt;
+    }
+    std::shared_ptr<void> holdTermination(const std::string& bundlePath) override {
+        note("hold " + bundlePath);
+        return {nullptr, [this, bundlePath](std::nullptr_t) { note("release " + bundlePath); }};
+    }
+
+    // What the workspace was asked to do, in order. Fakes that belong together share it.
+    std::vector<std::string> events() const {
+        std::lock_guard lock(mutex_);
+        return events_;
+    }
+    void note(std::string event) {
+        std::lock_guard lock(mutex_);
+        events_.push_back(std::move(event));
+    }
     std::vector<std::pair<std::string, std::string>> revealed() const {
         std::lock_guard lock(mutex_);
         return revealed_;
@@ -32,4 +54,5 @@ public:
 private:
     mutable std::mutex mutex_;
     std::vector<std::pair<std::string, std::string>> revealed_;
+    std::vector<std::string> events_;
 };

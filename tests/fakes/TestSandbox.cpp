@@ -19,7 +19,7 @@ std::string sandboxFolder; // set once in main
 
 template <typename Service>
 std::shared_ptr<Service>& fake() {
-    static auto service = std::make_shared<Service>();
+    static std::shared_ptr<Service> service; // made by reset()
     return service;
 }
 
@@ -45,6 +45,12 @@ FakeUserDefaults& defaults() {
 }
 FakeWorkspace& workspace() {
     return *fake<FakeWorkspace>();
+}
+FakeApplication& application() {
+    return *fake<FakeApplication>();
+}
+FakeAlertPanels& alertPanels() {
+    return *fake<FakeAlertPanels>();
 }
 
 void makeFolder(const std::string& path) {
@@ -88,6 +94,8 @@ static void reset() {
     fake<FakeConsoleLog>() = std::make_shared<FakeConsoleLog>();
     fake<FakeUserDefaults>() = std::make_shared<FakeUserDefaults>();
     fake<FakeWorkspace>() = std::make_shared<FakeWorkspace>();
+    fake<FakeApplication>() = std::make_shared<FakeApplication>(fake<FakeWorkspace>());
+    fake<FakeAlertPanels>() = std::make_shared<FakeAlertPanels>();
     users().home = home();
     users().console = "tester";
     users().homes["tester"] = home();
@@ -97,7 +105,9 @@ static void reset() {
                        .notificationCenter = std::make_shared<platform::NotificationCenter>(),
                        .userDefaults = fake<FakeUserDefaults>(),
                        .mainThread = std::make_shared<FakeMainThread>(),
-                       .workspace = fake<FakeWorkspace>()});
+                       .workspace = fake<FakeWorkspace>(),
+                       .application = fake<FakeApplication>(),
+                       .alertPanels = fake<FakeAlertPanels>()});
 }
 
 static void enter() {

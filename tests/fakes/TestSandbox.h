@@ -1,5 +1,7 @@
 #pragma once
 
+#include "FakeAlertPanels.h"
+#include "FakeApplication.h"
 #include "FakeConsoleLog.h"
 #include "FakeUserDefaults.h"
 #include "FakeUsers.h"
@@ -22,6 +24,8 @@ FakeUsers& users();
 FakeConsoleLog& console();
 FakeUserDefaults& defaults();
 FakeWorkspace& workspace();
+FakeApplication& application();
+FakeAlertPanels& alertPanels();
 
 // Writes a file, making the folders above it.
 void writeFile(const std::string& path, std::string_view bytes);

@@ -2,12 +2,12 @@
 
 #include "DBusConnection.h"
 #include "FileDescriptor.h"
+#include "PercentEncoding.h"
 
 #include <array>
 #include <csignal>
 #include <fcntl.h>
 #include <spawn.h>
-#include <string_view>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -61,21 +61,7 @@ void openWithDefaultHandler(const std::string& path) {
 } // namespace
 
 std::string fileAddress(const std::string& path) {
-    static constexpr std::string_view kPlain =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/";
-    static constexpr std::string_view kDigits = "0123456789ABCDEF";
-    std::string address = "file://";
-    for (char character : path) {
-        if (kPlain.find(character) != std::string_view::npos) {
-            address += character;
-        } else {
-            auto byte = static_cast<unsigned char>(character);
-            address += '%';
-            address += kDigits[byte >> 4];
-            address += kDigits[byte & 0x0F];
-        }
-    }
-    return address;
+    return "file://" + percentEncoded(path, "/");
 }
 
 void showInFileBrowser(const std::string& path, const std::string& rootPath) {

@@ -5,9 +5,11 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,10 +20,12 @@ inline void expectMainThread() {
 }
 
 struct FakeMenuItem : outlet::MenuItem {
-    FakeMenuItem(std::string itemTitle, int itemTag) : text(std::move(itemTitle)), number(itemTag) {}
+    FakeMenuItem(std::string itemTitle, int itemTag, std::optional<std::string> itemPath = std::nullopt)
+        : text(std::move(itemTitle)), number(itemTag), path(std::move(itemPath)) {}
 
     std::string title() const override { return text; }
     int tag() const override { return number; }
+    std::optional<std::string> representedPath() const override { return path; }
     void setState(bool isOn) override {
         expectMainThread();
         on = isOn;
@@ -29,6 +33,7 @@ struct FakeMenuItem : outlet::MenuItem {
 
     std::string text;
     int number;
+    std::optional<std::string> path;
     std::atomic<bool> on = false;
 };
 
@@ -43,9 +48,9 @@ struct FakeMenu : outlet::Menu {
         }
         return nullptr;
     }
-    outlet::MenuItem& addItem(const std::string& title) override {
+    outlet::MenuItem& addItem(const std::string& title, std::optional<std::string> path) override {
         expectMainThread();
-        return add(title, 0);
+        return *items.emplace_back(std::make_unique<FakeMenuItem>(title, 0, std::move(path)));
     }
 
     FakeMenuItem& add(const std::string& title, int tag) {
@@ -69,6 +74,49 @@ struct FakeMenu : outlet::Menu {
     }
 
     std::vector<std::unique_ptr<FakeMenuItem>> items;
+};
+
+// Moves its alpha value when the test says so.
+struct FakeWindow : outlet::Window {
+    bool isVisible() const override { return visible; }
+    void orderFront() override {
+        expectMainThread();
+        visible = true;
+        events.emplace_back("front");
+    }
+    void orderBack() override {
+        expectMainThread();
+        events.emplace_back("back");
+    }
+    void makeKeyAndOrderFront() override {
+        expectMainThread();
+        visible = true;
+        events.emplace_back("key");
+    }
+    void close() override {
+        expectMainThread();
+        visible = false;
+        events.emplace_back("close");
+    }
+    double alphaValue() const override { return alpha; }
+    void setAlphaValue(double value) override { alpha = value; }
+    void animateAlphaValue(double value) override { target = value; }
+    void setAnimationDelegate(std::function<void()> animationDidStop) override {
+        delegate = std::move(animationDidStop);
+    }
+
+    // The animation that is under way comes to its end.
+    void finishAnimation() {
+        alpha = target.value();
+        target.reset();
+        delegate();
+    }
+
+    bool visible = false;
+    double alpha = 1;
+    std::optional<double> target; // of the animation under way
+    std::function<void()> delegate;
+    std::vector<std::string> events;
 };
 
 struct FakeTable : outlet::TableView {

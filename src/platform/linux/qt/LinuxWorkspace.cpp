@@ -22,4 +22,17 @@ void LinuxWorkspace::selectFile(const std::string& path, const std::string& root
     }
 }
 
+void LinuxWorkspace::openFile(const std::string&) {}
+void LinuxWorkspace::openURL(const std::string&) {}
+void LinuxWorkspace::activateApplication(const std::string&, std::stop_token) {}
+std::vector<RunningApplication> LinuxWorkspace::runningApplications() {
+    return {};
+}
+std::optional<std::string> LinuxWorkspace::absolutePathForAppBundleWithIdentifier(const std::string&) {
+    return std::nullopt;
+}
+std::shared_ptr<void> LinuxWorkspace::holdTermination(const std::string&) {
+    return nullptr;
+}
+
 } // namespace platform

@@ -13,6 +13,7 @@
 #include "linux/LinuxFileManager.h"
 #include "linux/LinuxUserDefaults.h"
 #include "linux/LinuxUsers.h"
+#include "linux/SingleInstance.h"
 
 #include <QApplication>
 #include <algorithm>
@@ -73,6 +74,10 @@ int openPanel(int argc, char** argv) {
         return 1;
     }
     std::signal(SIGPIPE, SIG_IGN); // whoever read our messages may leave
+    platform::SingleInstance instance(kBundleIdentifier);
+    if (instance.handOver()) {
+        return 0;
+    }
     qInstallMessageHandler(reportFatalMessages);
     QApplication application(argc, argv);
     if (argc > 1) {

@@ -1,6 +1,8 @@
 #include "Bundle.h"
 
+#include "Package.h"
 #include "PropertyListSerialization.h"
+#include "ResolvedPath.h"
 
 #include <climits>
 #include <string_view>
@@ -19,15 +21,33 @@ std::string mainExecutablePath() {
     return *path;
 }
 
+std::optional<std::string> bundleOfExecutable(const std::string& executable) {
+    auto place = executable.rfind("/Contents/MacOS/");
+    return place == std::string::npos || place == 0 ? std::nullopt
+                                                    : std::optional(executable.substr(0, place));
+}
+
 std::optional<Bundle> Bundle::main() {
-    static constexpr std::string_view kExecutables = "/Contents/MacOS/";
-    auto executable = mainExecutablePath();
-    auto slash = executable.rfind('/');
-    auto place = executable.rfind(kExecutables);
-    if (place == std::string::npos || place == 0 || place + kExecutables.size() != slash + 1) {
-        return std::nullopt;
+    auto path = bundleOfExecutable(mainExecutablePath());
+    return path ? std::optional(Bundle{*path}) : std::nullopt;
+}
+
+std::string Bundle::name() const {
+    return std::string(nameWithoutExtension(path));
+}
+
+std::optional<std::string> Bundle::executablePath(std::string& problem) const {
+    auto wanted =
+        path + "/Contents/MacOS/" + stringForKey(infoDictionary(), "CFBundleExecutable").value_or(name());
+    auto executable = resolvedPath(wanted);
+    auto folder = resolvedPath(path);
+    if (!executable || !folder) {
+        problem = "there is no program at " + wanted;
+    } else if (!executable->starts_with(*folder + '/')) {
+        problem = wanted + " leads out of the bundle, to " + *executable;
+        executable.reset();
     }
-    return Bundle{executable.substr(0, place)};
+    return executable;
 }
 
 PropertyList::Dictionary Bundle::infoDictionary() const {

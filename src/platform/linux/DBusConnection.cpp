@@ -20,6 +20,10 @@ DBusConnection::DBusConnection(Bus bus, std::chrono::milliseconds limit)
     }
 }
 
+void DBusConnection::setLimit(std::chrono::milliseconds limit) {
+    deadline_ = std::chrono::steady_clock::now() + limit;
+}
+
 DBusMessage DBusConnection::methodCall(const char* destination, const char* path, const char* interface,
                                        const char* member) {
     sd_bus_message* call = nullptr;

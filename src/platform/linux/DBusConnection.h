@@ -20,6 +20,9 @@ public:
 
     DBusConnection(Bus bus, std::chrono::milliseconds limit);
 
+    // Another time limit, from now on.
+    void setLimit(std::chrono::milliseconds limit);
+
     // False when there is no bus, or none that answered in time.
     bool isConnected() const { return bus_ != nullptr; }
 
@@ -29,6 +32,9 @@ public:
 
     // The answer; null for an error or when the time is up.
     DBusMessage send(const DBusMessage& call);
+
+    // For what is not a call. Null when there is no bus.
+    sd_bus* bus() const { return bus_.get(); }
 
 private:
     struct Closer {

@@ -52,7 +52,8 @@ TEST(Bundle, IsTheOneAroundTheExecutable) {
     EXPECT_EQ(statusOfCopy("/Outer.app/Contents/MacOS/Inner.app/Contents/MacOS/Tool",
                            (sandbox::folder() + "/Outer.app/Contents/MacOS/Inner.app").c_str()),
               0);
-    EXPECT_EQ(statusOfCopy("/Deep.app/Contents/MacOS/helpers/Tool", ""), 0);
+    EXPECT_EQ(
+        statusOfCopy("/Deep.app/Contents/MacOS/helpers/Tool", (sandbox::folder() + "/Deep.app").c_str()), 0);
     EXPECT_EQ(statusOfCopy("/Other.app/Contents/Resources/Tool", ""), 0);
     EXPECT_NE(statusOfCopy("/Wrong.app/Contents/MacOS/Tool", "/somewhere else"), 0); // the copy does look
 }

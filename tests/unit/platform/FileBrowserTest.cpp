@@ -2,6 +2,8 @@
 
 #include "PrivateBus.h"
 #include "TestSandbox.h"
+#include "linux/DefaultHandler.h"
+#include "linux/LaunchEnvironment.h"
 
 #include <array>
 #include <atomic>
@@ -20,6 +22,7 @@
 #include <vector>
 
 using platform::fileAddress;
+using platform::launchEnvironment;
 using platform::showInFileBrowser;
 
 namespace {
@@ -147,7 +150,7 @@ TEST(FileBrowser, AsksTheDesktopsFileManager) {
     PrivateBus bus;
     setenv("DBUS_SESSION_BUS_ADDRESS", bus.address().c_str(), 1);
     FileManager fileManager(bus, false);
-    showInFileBrowser("/folder/a file", "/folder");
+    showInFileBrowser("/folder/a file", "/folder", launchEnvironment());
     EXPECT_EQ(fileManager.items(), std::vector<std::string>{"file:///folder/a%20file"});
     EXPECT_EQ(fileManager.startupIdentifier(), "");
     EXPECT_FALSE(Opener::wasCalled());
@@ -158,7 +161,7 @@ TEST(FileBrowser, OpensTheFolderWhenTheFileManagerRefuses) {
     PrivateBus bus;
     setenv("DBUS_SESSION_BUS_ADDRESS", bus.address().c_str(), 1);
     FileManager fileManager(bus, true);
-    showInFileBrowser("/folder/file", "/a folder");
+    showInFileBrowser("/folder/file", "/a folder", launchEnvironment());
     EXPECT_EQ(fileManager.items(), std::vector<std::string>{"file:///folder/file"});
     EXPECT_EQ(Opener::argument(), "file:///a%20folder");
 }
@@ -167,7 +170,7 @@ TEST(FileBrowser, OpensTheFolderWhenThereIsNoFileManager) {
     Opener opener;
     PrivateBus bus;
     setenv("DBUS_SESSION_BUS_ADDRESS", bus.address().c_str(), 1);
-    showInFileBrowser("/folder/file", "/folder");
+    showInFileBrowser("/folder/file", "/folder", launchEnvironment());
     EXPECT_EQ(Opener::argument(), "file:///folder");
 }
 
@@ -179,7 +182,7 @@ TEST(FileBrowser, OpensTheFolderWhenThereIsNoBus) {
     sigaddset(&blocked, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
-    showInFileBrowser("/folder/file", "/folder");
+    showInFileBrowser("/folder/file", "/folder", launchEnvironment());
     EXPECT_EQ(Opener::line(0), "1");
     EXPECT_EQ(Opener::argument(), "file:///folder");
     const auto process = Opener::line(2); // its number and that of its session
@@ -189,9 +192,9 @@ TEST(FileBrowser, OpensTheFolderWhenThereIsNoBus) {
     EXPECT_FALSE(contains(Opener::line(5), SIGPIPE));
 }
 
-TEST(FileBrowser, IsSilentWhenThereIsNothingToOpenWith) {
+TEST(FileBrowser, SaysSoWhenThereIsNothingToOpenWith) {
     setenv("PATH", sandbox::folder().c_str(), 1);
-    testing::internal::CaptureStderr();
-    showInFileBrowser("/folder/file", "/folder");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    showInFileBrowser("/folder/file", "/folder", launchEnvironment());
+    EXPECT_EQ(sandbox::console().lines(),
+              std::vector<std::string>{"Unable to open file:///folder: xdg-open: No such file or directory"});
 }

@@ -1,38 +1,99 @@
 #include "LinuxWorkspace.h"
 
 #include "BundleIcon.h"
+#include "Package.h"
 #include "Platform.h"
+#include "Text.h"
+#include "linux/ApplicationSearch.h"
+#include "linux/DefaultHandler.h"
+#include "linux/DesktopWindows.h"
 #include "linux/FileBrowser.h"
+#include "linux/LaunchEnvironment.h"
 
+#include <chrono>
+#include <functional>
 #include <system_error>
 #include <thread>
 
 namespace platform {
+
+namespace {
+
+// A tool that takes longer to open a window comes to the front by itself, or not.
+constexpr std::chrono::seconds kWindowPatience{6};
+
+bool isApplicationBundle(const std::string& path) {
+    return lowercase(pathExtension(path)) == "app" && current().fileManager->isDirectory(path);
+}
+
+// For what waits for another program that answers, or not.
+void onThreadOfItsOwn(std::function<void()> work) {
+    try {
+        std::thread(std::move(work)).detach();
+    } catch (const std::system_error& error) {
+        current().consoleLog->log(std::string("No thread to ask the desktop with: ") + error.what());
+    }
+}
+
+void reportEnd(const RunningApplication& application) {
+    PropertyList::Dictionary userInfo;
+    if (application.bundleIdentifier) {
+        userInfo.emplace(kApplicationBundleIdentifier, *application.bundleIdentifier);
+    }
+    current().mainThread->perform(
+        [userInfo = std::move(userInfo)] {
+            current().notificationCenter->post(
+                {.name = kWorkspaceDidTerminateApplicationNotification, .userInfo = userInfo});
+        },
+        Wait::No);
+}
+
+} // namespace
+
+LinuxWorkspace::LinuxWorkspace() : environment_(launchEnvironment()), running_(reportEnd) {}
 
 std::shared_ptr<const Icon> LinuxWorkspace::iconForFile(const std::string& path) {
     return std::make_shared<BundleIcon>(path);
 }
 
 void LinuxWorkspace::selectFile(const std::string& path, const std::string& rootPath) {
-    try {
-        // Another program answers, or not.
-        std::thread([path, rootPath] { showInFileBrowser(path, rootPath); }).detach();
-    } catch (const std::system_error& error) {
-        current().consoleLog->log(std::string("No thread to show a file with: ") + error.what());
+    onThreadOfItsOwn(
+        [path, rootPath, environment = environment_] { showInFileBrowser(path, rootPath, environment); });
+}
+
+void LinuxWorkspace::openFile(const std::string& path) {
+    if (!isApplicationBundle(path)) {
+        openURL(fileAddress(path));
+    } else if (!running_.open(path, environment_)) {
+        activateWindow([this, &path] { return running_.processesIn(path); }, std::chrono::seconds(0), {});
     }
 }
 
-void LinuxWorkspace::openFile(const std::string&) {}
-void LinuxWorkspace::openURL(const std::string&) {}
-void LinuxWorkspace::activateApplication(const std::string&, std::stop_token) {}
+void LinuxWorkspace::openURL(const std::string& address) {
+    onThreadOfItsOwn([address, environment = environment_] { openWithDefaultHandler(address, environment); });
+}
+
+void LinuxWorkspace::activateApplication(const std::string& name, std::stop_token stop) {
+    activateWindow([this, &name] { return running_.processesNamed(name); }, kWindowPatience, stop);
+}
+
 std::vector<RunningApplication> LinuxWorkspace::runningApplications() {
-    return {};
+    return running_.list();
 }
-std::optional<std::string> LinuxWorkspace::absolutePathForAppBundleWithIdentifier(const std::string&) {
-    return std::nullopt;
+
+std::optional<std::string>
+LinuxWorkspace::absolutePathForAppBundleWithIdentifier(const std::string& identifier) {
+    const auto key = caseInsensitiveKey(identifier);
+    for (auto& application : running_.list()) {
+        if (application.bundleIdentifier && caseInsensitiveKey(*application.bundleIdentifier) == key) {
+            return std::move(application.bundlePath);
+        }
+    }
+    return findApplication(identifier);
 }
-std::shared_ptr<void> LinuxWorkspace::holdTermination(const std::string&) {
-    return nullptr;
+
+std::shared_ptr<void> LinuxWorkspace::holdTermination(const std::string& bundlePath) {
+    return running_.holdTermination(bundlePath);
 }
 
 } // namespace platform

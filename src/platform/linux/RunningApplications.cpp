@@ -1,0 +1,312 @@
+#include "RunningApplications.h"
+
+#include "ApplicationProcesses.h"
+#include "Bundle.h"
+#include "DetachedProgram.h"
+#include "Package.h"
+#include "Platform.h"
+#include "ResolvedPath.h"
+#include "Text.h"
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace platform {
+
+namespace {
+
+// How often others are looked for. An application that lives for less may be missed.
+constexpr std::chrono::milliseconds kLookInterval{200};
+
+FileDescriptor openProcess(pid_t process) {
+    return FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
+}
+
+bool hasEnded(const FileDescriptor& process) {
+    pollfd look{.fd = process.get(), .events = POLLIN, .revents = 0};
+    return ::poll(&look, 1, 0) > 0;
+}
+
+std::string resolvedBundle(const std::string& path) {
+    return resolvedPath(path).value_or(path);
+}
+
+} // namespace
+
+RunningApplications::RunningApplications(
+    std::function<void(const RunningApplication&)> applicationDidTerminate)
+    : applicationDidTerminate_(std::move(applicationDidTerminate)),
+      wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+
+RunningApplications::~RunningApplications() {
+    {
+        std::lock_guard lock(mutex_);
+        stops_ = true;
+    }
+    wake();
+    if (thread_.joinable()) {
+        thread_.join();
+    }
+}
+
+bool RunningApplications::open(const std::string& bundlePath, const std::vector<std::string>& environment) {
+    const auto bundle = resolvedBundle(bundlePath);
+    std::lock_guard lock(mutex_);
+    startWatching();
+    findProcesses(&bundle);
+    if (isRunning(bundle)) {
+        applications_[bundle].opened = ++openings_;
+        wake();
+        return false;
+    }
+    auto& application = applicationIn(bundle);
+    application.opened = ++openings_;
+    ended_.erase(bundle); // an earlier end that has not been told is none any more
+
+    std::string problem;
+    if (auto executable = Bundle{bundle}.executablePath(problem)) {
+        std::error_code error;
+        const auto home = current().users->homeDirectory();
+        DetachedProgram program{.path = *executable,
+                                .arguments = {},
+                                .environment = environment,
+                                .workingDirectory = home && resolvedPath(*home) ? *home : "/"};
+        if (auto process = program.start(error); process != 0) {
+            application.processes.emplace(process, openProcess(process));
+            wake();
+            return true;
+        }
+        problem = *executable + ": " + error.message();
+    }
+    current().consoleLog->log("Unable to start " + bundlePath + ": " + problem);
+    if (application.processes.empty()) { // else the end of the last ones is about to be noticed
+        end(bundle);
+    }
+    return true;
+}
+
+// Locked from here on, unless said otherwise.
+
+bool RunningApplications::isRunning(const std::string& bundle) const {
+    auto known = applications_.find(bundle);
+    auto lives = [](const auto& process) { return !hasEnded(process.second); };
+    return known != applications_.end() && std::ranges::any_of(known->second.processes, lives);
+}
+
+RunningApplications::Application& RunningApplications::applicationIn(const std::string& bundle) {
+    auto [entry, isNew] = applications_.try_emplace(bundle);
+    if (isNew) {
+        entry->second.bundleIdentifier = stringForKey(Bundle{bundle}.infoDictionary(), "CFBundleIdentifier");
+    }
+    return entry->second;
+}
+
+// Watches the processes of all applications, or of one.
+void RunningApplications::findProcesses(const std::string* onlyBundle) {
+    visitApplicationProcesses([&](pid_t process, const std::string& bundle) {
+        if (onlyBundle && bundle != *onlyBundle) {
+            return;
+        }
+        auto known = applications_.find(bundle);
+        if (known != applications_.end() && known->second.processes.contains(process)) {
+            return;
+        }
+        // It may have ended since, and its number be somebody else's by now.
+        auto descriptor = openProcess(process);
+        if (descriptor && bundleOfProcess(process) == bundle) {
+            applicationIn(bundle).processes.emplace(process, std::move(descriptor));
+        }
+    });
+}
+
+void RunningApplications::end(const std::string& bundle) {
+    auto application = applications_.extract(bundle);
+    ended_[bundle] = {bundle, application.mapped().bundleIdentifier};
+    wake();
+}
+
+void RunningApplications::collectEnded(const std::vector<pid_t>& ended) {
+    std::vector<std::string> bundles;
+    for (auto& [bundle, application] : applications_) {
+        const auto erased = std::erase_if(application.processes, [&](const auto& process) {
+            return std::ranges::find(ended, process.first) != ended.end();
+        });
+        if (erased > 0 && application.processes.empty()) {
+            bundles.push_back(bundle);
+        }
+    }
+    for (const auto& bundle : bundles) {
+        // What was started may have been a wrapper: the application goes on in a process of its own.
+        findProcesses(&bundle);
+        if (applications_.contains(bundle) && applications_[bundle].processes.empty()) {
+            end(bundle);
+        }
+    }
+}
+
+void RunningApplications::startWatching() {
+    if (!thread_.joinable()) {
+        thread_ = std::thread([this] { run(); });
+    }
+}
+
+void RunningApplications::wake() const {
+    const std::uint64_t one = 1;
+    [[maybe_unused]] auto written = ::write(wake_.get(), &one, sizeof one);
+}
+
+// Not locked.
+void RunningApplications::run() {
+    std::vector<pollfd> descriptors;
+    std::vector<pid_t> processes;
+    auto nextLook = std::chrono::steady_clock::now();
+    for (std::unique_lock lock(mutex_); !stops_;) {
+        descriptors.assign(1, {.fd = wake_.get(), .events = POLLIN, .revents = 0});
+        processes.clear();
+        for (const auto& [bundle, application] : applications_) {
+            for (const auto& [process, descriptor] : application.processes) {
+                descriptors.push_back({.fd = descriptor.get(), .events = POLLIN, .revents = 0});
+                processes.push_back(process);
+            }
+        }
+        int patience = -1;
+        if (looksForOthers_) {
+            auto left =
+                std::chrono::ceil<std::chrono::milliseconds>(nextLook - std::chrono::steady_clock::now());
+            patience = static_cast<int>(std::max<std::int64_t>(left.count(), 0));
+        }
+        // Descriptors are closed on this thread alone, so these stay what they are.
+        lock.unlock();
+        ::poll(descriptors.data(), descriptors.size(), patience);
+        std::uint64_t wakes = 0;
+        [[maybe_unused]] auto drained = ::read(wake_.get(), &wakes, sizeof wakes);
+        lock.lock();
+
+        std::vector<pid_t> ended;
+        for (std::size_t i = 0; i < processes.size(); ++i) {
+            if (descriptors[i + 1].revents != 0) {
+                ::waitpid(processes[i], nullptr, WNOHANG); // when it is a child of ours
+                ended.push_back(processes[i]);
+            }
+        }
+        collectEnded(ended);
+        if (looksForOthers_ && std::chrono::steady_clock::now() >= nextLook) {
+            findProcesses(nullptr);
+            nextLook = std::chrono::steady_clock::now() + kLookInterval;
+        }
+        std::vector<RunningApplication> reports;
+        std::erase_if(ended_, [&](const auto& entry) {
+            if (holds_.contains(entry.first)) {
+                return false;
+            }
+            reports.push_back(entry.second);
+            return true;
+        });
+        lock.unlock();
+        for (const auto& report : reports) {
+            applicationDidTerminate_(report);
+        }
+        lock.lock();
+    }
+}
+
+std::vector<RunningApplication> RunningApplications::list() {
+    std::map<std::string, std::optional<std::string>> found;
+    visitApplicationProcesses([&](pid_t, const std::string& bundle) { found.try_emplace(bundle); });
+    for (auto& [bundle, identifier] : found) {
+        identifier = stringForKey(Bundle{bundle}.infoDictionary(), "CFBundleIdentifier");
+    }
+    {
+        // Also those whose processes no longer show where they come from.
+        std::lock_guard lock(mutex_);
+        for (const auto& [bundle, application] : applications_) {
+            if (!application.processes.empty()) {
+                found.try_emplace(bundle, application.bundleIdentifier);
+            }
+        }
+    }
+    std::vector<RunningApplication> result;
+    for (auto& [bundle, identifier] : found) {
+        result.push_back({bundle, std::move(identifier)});
+    }
+    return result;
+}
+
+std::vector<pid_t> RunningApplications::processesIn(const std::string& bundlePath) {
+    const auto wanted = resolvedBundle(bundlePath);
+    return processesOf([&](const std::string& bundle) { return bundle == wanted; });
+}
+
+std::vector<pid_t> RunningApplications::processesNamed(const std::string& name) {
+    const auto key = caseInsensitiveKey(name);
+    return processesOf(
+        [&](const std::string& bundle) { return caseInsensitiveKey(nameWithoutExtension(bundle)) == key; });
+}
+
+std::vector<pid_t> RunningApplications::processesOf(const std::function<bool(const std::string&)>& isMeant) {
+    struct Found {
+        std::uint64_t opened = 0;
+        std::set<pid_t> processes;
+    };
+    std::map<std::string, Found> found;
+    visitApplicationProcesses([&](pid_t process, const std::string& bundle) {
+        if (isMeant(bundle)) {
+            found[bundle].processes.insert(process);
+        }
+    });
+    std::lock_guard lock(mutex_);
+    for (const auto& [bundle, application] : applications_) {
+        if (isMeant(bundle)) {
+            found[bundle].opened = application.opened;
+            for (const auto& [process, descriptor] : application.processes) {
+                if (!hasEnded(descriptor)) {
+                    found[bundle].processes.insert(process);
+                }
+            }
+        }
+    }
+    std::vector<Found> order;
+    for (auto& [bundle, entry] : found) {
+        order.push_back(std::move(entry));
+    }
+    std::ranges::stable_sort(order, std::greater<>(), &Found::opened);
+    std::vector<pid_t> result;
+    for (const auto& entry : order) {
+        result.insert(result.end(), entry.processes.begin(), entry.processes.end());
+    }
+    return result;
+}
+
+void RunningApplications::setLooksForOthers(bool looks) {
+    std::lock_guard lock(mutex_);
+    looksForOthers_ = looks;
+    if (looks) {
+        startWatching();
+    }
+    wake();
+}
+
+std::shared_ptr<void> RunningApplications::holdTermination(const std::string& bundlePath) {
+    auto bundle = resolvedBundle(bundlePath);
+    {
+        std::lock_guard lock(mutex_);
+        ++holds_[bundle];
+    }
+    return {nullptr, [this, bundle](std::nullptr_t) { release(bundle); }};
+}
+
+void RunningApplications::release(const std::string& bundle) {
+    std::lock_guard lock(mutex_);
+    if (auto hold = holds_.find(bundle); --hold->second == 0) {
+        holds_.erase(hold);
+        wake();
+    }
+}
+
+} // namespace platform

@@ -49,6 +49,14 @@ void AppController::awakeFromNib(const Outlets& outlets) {
     }
 }
 
+void AppController::applicationShouldHandleReopen() {
+    auto& application = *platform::current().application;
+    application.unhide();
+    application.activateIgnoringOtherApps();
+    outlets_.windowController->showWindow();
+    outlets_.mainWindow->makeKeyAndOrderFront();
+}
+
 bool AppController::applicationShouldTerminateAfterLastWindowClosed() const {
     return !outlets_.mainWindow->isVisible();
 }

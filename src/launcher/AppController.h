@@ -42,6 +42,10 @@ public:
     // the first rebuild, shows the panel and watches what happens.
     void awakeFromNib(const Outlets& outlets);
 
+    // The user has started the program while it runs: it comes back to the front, out of hiding or out of
+    // fading away.
+    void applicationShouldHandleReopen();
+
     // Exactly when the main window is not visible.
     bool applicationShouldTerminateAfterLastWindowClosed() const;
 

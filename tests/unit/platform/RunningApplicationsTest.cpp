@@ -11,6 +11,7 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <set>
+#include <sstream>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -70,8 +71,12 @@ void waitUntil(const std::function<bool()>& holds) {
 bool isWatched(pid_t process) {
     const auto line = "\nPid:\t" + std::to_string(process) + '\n';
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fdinfo")) {
-        if (sandbox::readFile(entry.path()).find(line) != std::string::npos) {
-            return true;
+        try {
+            if (sandbox::readFile(entry.path()).find(line) != std::string::npos) {
+                return true;
+            }
+        } catch (const std::ios::failure&) {
+            continue; // closed meanwhile
         }
     }
     return false;

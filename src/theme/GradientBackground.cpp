@@ -7,6 +7,11 @@
 GradientBackground::GradientBackground(Surface surface, QWidget* parent)
     : QWidget(parent), surface_(surface) {}
 
+void GradientBackground::setSurface(Surface surface) {
+    surface_ = surface;
+    update();
+}
+
 void GradientBackground::setSeparators(Qt::Edges edges) {
     separators_ = edges;
     update();

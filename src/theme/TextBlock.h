@@ -23,7 +23,7 @@ public:
     // Breaks the text at the room's width, within a word where a word alone is wider. A line feed begins a
     // new line, but is a space where there is room for one line only. What does not fit in the number of
     // lines is cut: the last line then ends in an ellipsis. An empty text is one empty line.
-    // `alignment` is Qt::AlignLeft or Qt::AlignRight, within the width and as seen.
+    // `alignment` is Qt::AlignLeft, AlignRight or AlignHCenter, within the width and as seen.
     TextBlock(const QString& text, const QFont& font, const Room& room,
               Qt::Alignment alignment = Qt::AlignLeft);
 

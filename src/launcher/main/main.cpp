@@ -5,7 +5,9 @@
 #include "LinuxWorkspace.h"
 #include "ListCommand.h"
 #include "MainPanel.h"
+#include "PanelAlerts.h"
 #include "Platform.h"
+#include "QtApplication.h"
 #include "QtMainThread.h"
 #include "TerminationSignals.h"
 #include "VTLocalPaths.h"
@@ -36,7 +38,9 @@ platform::Platform basicServices() {
             .notificationCenter = std::make_shared<platform::NotificationCenter>(),
             .userDefaults = nullptr,
             .mainThread = nullptr,
-            .workspace = std::make_shared<platform::LinuxWorkspace>()};
+            .workspace = std::make_shared<platform::LinuxWorkspace>(),
+            .application = nullptr,
+            .alertPanels = nullptr};
 }
 
 // Qt ends the process with a core dump when it finds no display; a sentence and a status do as well.
@@ -86,6 +90,7 @@ int openPanel(int argc, char** argv) {
     }
     QApplication::setApplicationName(QStringLiteral("Launcher"));
     QApplication::setApplicationVersion(QStringLiteral(VT_VERSION));
+    QApplication::setQuitOnLastWindowClosed(false); // the controller is asked
     QApplication::setDesktopFileName(QString::fromLatin1(kBundleIdentifier));
     if (auto bundle = platform::Bundle::main()) {
         QApplication::setWindowIcon(QIcon(QString::fromStdString(bundle->resourcePath() + "/Launcher.icns")));
@@ -95,6 +100,9 @@ int openPanel(int argc, char** argv) {
     auto mainThread = std::make_shared<platform::QtMainThread>();
     auto services = basicServices();
     services.mainThread = mainThread;
+    services.application = std::make_shared<platform::QtApplication>([] { return true; }, [](bool) {});
+    auto alertPanels = std::make_shared<PanelAlerts>();
+    services.alertPanels = alertPanels;
     platform::install(services);
     services.userDefaults = std::make_shared<platform::LinuxUserDefaults>(
         VTLocalPaths::prefsDirectory(true).value_or(""), kBundleIdentifier);
@@ -103,8 +111,14 @@ int openPanel(int argc, char** argv) {
     auto controller = AppController::init();
     TerminationSignals terminationSignals;
     MainPanel panel(controller);
+    alertPanels->setPanel(&panel);
+    QObject::connect(&application, &QGuiApplication::lastWindowClosed, [&services, &controller] {
+        if (!services.application->isHidden() &&
+            controller->applicationShouldTerminateAfterLastWindowClosed()) {
+            services.application->terminate();
+        }
+    });
     controller->awakeFromNib(panel.outlets());
-    panel.show();
     int status = QApplication::exec();
 
     mainThread->close();

@@ -1,5 +1,7 @@
 #include "CatalogueModel.h"
 
+#include "AppController.h"
+
 #include <algorithm>
 #include <array>
 

@@ -1,9 +1,14 @@
 #pragma once
 
-#include "AppController.h"
+#include "VTLaunchApp.h"
 
 #include <QAbstractTableModel>
 #include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class AppController;
 
 // The controller's catalogue as the table's rows: icon, title, description. It holds the list that was
 // shown by the last reload, so that rows never change between two resets.
@@ -33,5 +38,5 @@ private:
     QString accessibleText(const QModelIndex& index) const;
 
     std::shared_ptr<const AppController> controller_;
-    std::shared_ptr<const AppController::AppList> apps_;
+    std::shared_ptr<const std::vector<std::shared_ptr<VTLaunchApp>>> apps_;
 };

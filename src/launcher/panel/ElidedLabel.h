@@ -8,7 +8,7 @@ class ElidedLabel : public QLabel {
     Q_OBJECT
 
 public:
-    explicit ElidedLabel(const QString& text, QWidget* parent = nullptr);
+    explicit ElidedLabel(QWidget* parent = nullptr);
 
     QSize minimumSizeHint() const override;
 

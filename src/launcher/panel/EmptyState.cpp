@@ -2,7 +2,8 @@
 
 #include "DarkPalette.h"
 #include "InterfaceFont.h"
-#include "PanelLabel.h"
+#include "PlainLabel.h"
+#include "WrappedLabel.h"
 
 #include <QIcon>
 #include <QPainter>
@@ -33,11 +34,12 @@ EmptyState::EmptyState(QWidget* parent) : QWidget(parent) {
     auto* icon = new QLabel;
     icon->setPixmap(fadedIcon(window()->windowIcon(), *this));
     icon->setAlignment(Qt::AlignCenter);
-    title_ = panelLabel(InterfaceFont::bold(InterfaceFont::kTitleSize), DarkPalette::bodyTextColor());
+    title_ = new QLabel;
+    stylePlainLabel(*title_, InterfaceFont::bold(InterfaceFont::kTitleSize), DarkPalette::bodyTextColor());
     title_->setAlignment(Qt::AlignCenter);
-    hint_ = panelLabel(InterfaceFont::regular(), DarkPalette::secondaryTextColor());
-    hint_->setAlignment(Qt::AlignCenter);
-    hint_->setWordWrap(true);
+    hint_ = new WrappedLabel;
+    stylePlainLabel(*hint_, InterfaceFont::regular(), DarkPalette::secondaryTextColor());
+    hint_->setAlignment(Qt::AlignHCenter);
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(32, 32, 32, 32);

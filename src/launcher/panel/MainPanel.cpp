@@ -1,41 +1,31 @@
 #include "MainPanel.h"
 
+#include "AppController.h"
 #include "CatalogueModel.h"
 #include "CellOutlet.h"
 #include "DarkPalette.h"
-#include "ElidedLabel.h"
-#include "EmptyState.h"
-#include "GradientBackground.h"
 #include "IconDelegate.h"
 #include "InterfaceFont.h"
-#include "PanelLabel.h"
+#include "PanelMenus.h"
+#include "PanelSize.h"
+#include "PlainLabel.h"
 #include "Platform.h"
-#include "Spinner.h"
 #include "TextCellDelegate.h"
-#include "VTAlternateBlackTableView.h"
+#include "VTBlackScroller.h"
 #include "VTLocalPaths.h"
+#include "ui_MainPanel.h"
 
 #include <QApplication>
-#include <QHBoxLayout>
-#include <QHeaderView>
-#include <QMenuBar>
-#include <QScrollBar>
-#include <QStackedWidget>
-#include <algorithm>
+#include <QCloseEvent>
 
 namespace {
-
-constexpr int kMargin = 18;
-constexpr int kFooterHeight = 32;
-constexpr QSize kFirstSize(780, 560);
-constexpr QSize kSmallestSize(520, 320);
-constexpr std::int64_t kMostPixels = 16'384;    // of a side; whoever stored more was mistaken
-constexpr const char* kPanelSize = "panelSize"; // width and height
 
 // In points, gaps included.
 constexpr double kIconColumnWidth = 76;
 constexpr double kTitleColumnWidth = 226;
 constexpr QSizeF kIntercellSpacing(10, 5);
+
+constexpr double kSuiteNameSize = 18;
 
 QString applicationsFolder() {
     return QString::fromStdString(VTLocalPaths::applicationDirectory(false).value_or(""));
@@ -53,7 +43,7 @@ public:
 
     void reloadData() override { panel_.reloadData(); }
     std::optional<std::size_t> selectedRow() const override {
-        int row = panel_.table_->selectedRow();
+        int row = panel_.ui_->table->selectedRow();
         return row < 0 ? std::nullopt : std::optional(static_cast<std::size_t>(row));
     }
 
@@ -81,89 +71,50 @@ private:
     int running_ = 0;
 };
 
-MainPanel::MainPanel(std::shared_ptr<AppController> controller) : controller_(std::move(controller)) {
-    setWindowTitle(QStringLiteral("Launcher"));
-    makeMenus();
-
-    auto* content = new GradientBackground(GradientBackground::Surface::Window);
-    auto* layout = new QVBoxLayout(content);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(0);
-    layout->addWidget(makeHeader());
-    layout->addWidget(makeCatalogue(), 1);
-    layout->addWidget(makeFooter());
-    setCentralWidget(content);
-
+MainPanel::MainPanel(std::shared_ptr<AppController> controller)
+    : controller_(std::move(controller)), ui_(std::make_unique<Ui::MainPanel>()), window_(*this),
+      windowController_(window_) {
+    ui_->setupUi(this);
+    menus_ = std::make_unique<PanelMenus>(*this, *ui_, *controller_);
+    styleLabels();
+    setUpTable();
     tableOutlet_ = std::make_unique<TableOutlet>(*this);
-    spinnerOutlet_ = std::make_unique<SpinnerOutlet>(*spinner_);
-    setMinimumSize(kSmallestSize);
-    restoreSize();
+    spinnerOutlet_ = std::make_unique<SpinnerOutlet>(*ui_->spinner);
+    restorePanelSize(*this);
     layOutColumns();
-    table_->setFocus();
+    ui_->table->setFocus();
+    windowController_.awakeFromNib();
+    connect(qApp, &QCoreApplication::aboutToQuit, this, &MainPanel::storeSize);
 }
 
 MainPanel::~MainPanel() = default;
 
 Outlets MainPanel::outlets() {
-    return {.tableView = tableOutlet_.get(),
+    return {.mainWindow = &window_,
+            .windowController = &windowController_,
+            .tableView = tableOutlet_.get(),
             .spinner = spinnerOutlet_.get(),
-            .hideMenu = hideMenu_.get(),
-            .sortMenu = sortMenu_.get()};
+            .hideMenu = &menus_->hideMenu(),
+            .sortMenu = &menus_->sortMenu(),
+            .userManualMenu = &menus_->userManualMenu()};
 }
 
-void MainPanel::makeMenus() {
-    auto* launcher = menuBar()->addMenu(tr("&Launcher"));
-    launcher->addAction(tr("&Reload Tools"), QKeySequence(Qt::Key_F5), this,
-                        [this] { controller_->startRebuild(); });
-    reveal_ =
-        launcher->addAction(tr("Re&veal in File Browser"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_R),
-                            this, [this] { controller_->revealInFinder(); });
-    reveal_->setEnabled(false);
-    launcher->addSeparator();
-    launcher->addAction(tr("&Quit"), QKeySequence(Qt::CTRL | Qt::Key_Q), this, &QWidget::close);
-
-    auto* view = menuBar()->addMenu(tr("&View"));
-    sortMenu_ = std::make_unique<ActionMenu>(
-        view, [this](outlet::MenuItem& item) { controller_->changeSortMode(item); });
-    sortMenu_->addAction(tr("Sort by Name").toStdString(), AppController::kSortByName,
-                         QKeySequence(Qt::CTRL | Qt::Key_1));
-    sortMenu_->addAction(tr("Sort by Group").toStdString(), AppController::kSortByGroup,
-                         QKeySequence(Qt::CTRL | Qt::Key_2));
-    view->addSeparator();
-    hideGroups_ = view->addMenu(tr("&Hide Groups"));
-    hideGroups_->setEnabled(false); // until a scan has found some
-    hideMenu_ = std::make_unique<ActionMenu>(
-        hideGroups_, [this](outlet::MenuItem& item) { controller_->hideGroup(item); });
-
-    auto* showGroupNames = view->addAction(tr("Show &Group Names"), QKeySequence(Qt::CTRL | Qt::Key_G));
-    showGroupNames->setCheckable(true);
-    showGroupNames->setChecked(platform::current().userDefaults->integerForKey("showGroupName") == 1);
-    connect(showGroupNames, &QAction::triggered, this, [this](bool checked) {
-        platform::current().userDefaults->setObject(checked ? 1 : 0, "showGroupName");
-        controller_->reloadDataAction();
-    });
+void MainPanel::styleLabels() {
+    const auto secondary = InterfaceFont::regular(InterfaceFont::kSecondarySize);
+    stylePlainLabel(*ui_->suiteName, InterfaceFont::bold(kSuiteNameSize), DarkPalette::titleColor());
+    for (auto* label : std::initializer_list<QLabel*>{ui_->suiteLine, ui_->toolCount, ui_->folder}) {
+        stylePlainLabel(*label, secondary, DarkPalette::secondaryTextColor());
+    }
+    ui_->folder->setText(applicationsFolder());
 }
 
-QWidget* MainPanel::makeHeader() {
-    auto* header = new GradientBackground(GradientBackground::Surface::Clear);
-    header->setSeparators(Qt::BottomEdge);
-    auto* layout = new QVBoxLayout(header);
-    layout->setContentsMargins(kMargin, 12, kMargin, 12);
-    layout->setSpacing(2);
-    layout->addWidget(
-        panelLabel(InterfaceFont::bold(18), DarkPalette::titleColor(), QStringLiteral("Kelvandor")));
-    layout->addWidget(panelLabel(InterfaceFont::regular(InterfaceFont::kSecondarySize),
-                                 DarkPalette::secondaryTextColor(), tr("Tools for editing workstations")));
-    return header;
-}
-
-QWidget* MainPanel::makeCatalogue() {
+void MainPanel::setUpTable() {
+    auto* table = ui_->table;
     model_ = new CatalogueModel(controller_, this);
     auto* icons = new IconCache(controller_->threads(), this);
-    table_ = new VTAlternateBlackTableView;
-    table_->setModel(model_);
-    table_->setItemDelegate(
-        new TextCellDelegate(table_, [this](VTCenteredTextCell& cell, const QModelIndex& index) {
+    table->setModel(model_);
+    table->setItemDelegate(
+        new TextCellDelegate(table, [this](VTCenteredTextCell& cell, const QModelIndex& index) {
             if (index.column() == CatalogueModel::Title) {
                 cell.setTextColor(DarkPalette::titleColor());
             }
@@ -171,128 +122,86 @@ QWidget* MainPanel::makeCatalogue() {
             controller_->willDisplayCell(outlet, CatalogueModel::identifier(index.column()),
                                          static_cast<std::size_t>(index.row()));
         }));
-    table_->setItemDelegateForColumn(CatalogueModel::Icon, new IconDelegate(table_, *icons));
-    table_->setIntercellSpacing(kIntercellSpacing);
-    table_->setGridColor(QColor::fromRgbF(0.8F, 0.8F, 0.8F, 0.4F));
-    table_->setSearchColumn(CatalogueModel::Title);
-    table_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    table_->horizontalHeader()->setStretchLastSection(true);
-    table_->setAccessibleName(tr("Tools"));
-    table_->setContextMenuPolicy(Qt::ActionsContextMenu);
-    table_->addAction(reveal_);
+    table->setItemDelegateForColumn(CatalogueModel::Icon, new IconDelegate(table, *icons));
+    table->setVerticalScrollBar(new VTBlackScroller);
+    table->setIntercellSpacing(kIntercellSpacing);
+    table->setGridColor(QColor::fromRgbF(0.8F, 0.8F, 0.8F, 0.4F));
+    table->setSearchColumn(CatalogueModel::Title);
 
-    connect(icons, &IconCache::loaded, table_->viewport(), qOverload<>(&QWidget::update));
-    connect(table_, &VTAlternateBlackTableView::enterPressed, this,
+    connect(icons, &IconCache::loaded, table->viewport(), qOverload<>(&QWidget::update));
+    connect(table, &QAbstractItemView::doubleClicked, this, [this] { controller_->launchApp(); });
+    connect(table, &VTAlternateBlackTableView::enterPressed, this,
             [] { platform::current().notificationCenter->post({.name = "VTEnterPressed", .userInfo = {}}); });
-    auto enableReveal = [this] { reveal_->setEnabled(table_->selectedRow() >= 0); };
-    connect(table_->selectionModel(), &QItemSelectionModel::selectionChanged, this, enableReveal);
-    connect(model_, &QAbstractItemModel::modelReset, this, enableReveal);
-
-    emptyState_ = new EmptyState;
-    catalogue_ = new QStackedWidget;
-    catalogue_->addWidget(table_);
-    catalogue_->addWidget(emptyState_);
-
-    auto* well = new GradientBackground(GradientBackground::Surface::Well);
-    auto* layout = new QVBoxLayout(well);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(catalogue_);
-    return well;
-}
-
-QWidget* MainPanel::makeFooter() {
-    const auto font = InterfaceFont::regular(InterfaceFont::kSecondarySize);
-    count_ = panelLabel(font, DarkPalette::secondaryTextColor());
-    count_->setObjectName(QStringLiteral("toolCount"));
-    spinner_ = new ::Spinner;
-
-    auto* folder = new ElidedLabel(applicationsFolder());
-    folder->setFont(font);
-    folder->setPalette(count_->palette());
-    folder->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-
-    auto* footer = new GradientBackground(GradientBackground::Surface::Clear);
-    footer->setSeparators(Qt::TopEdge);
-    footer->setMinimumHeight(kFooterHeight);
-    auto* layout = new QHBoxLayout(footer);
-    layout->setContentsMargins(kMargin, 4, kMargin, 4);
-    layout->setSpacing(8);
-    layout->addWidget(count_);
-    layout->addWidget(spinner_);
-    layout->addWidget(folder, 1);
-    return footer;
+    connect(table, &QWidget::customContextMenuRequested, this, [this](const QPoint& position) {
+        menus_->popUpToolMenu(ui_->table->viewport()->mapToGlobal(position));
+    });
+    auto tellMenus = [this] { menus_->setToolIsSelected(ui_->table->selectedRow() >= 0); };
+    connect(table->selectionModel(), &QItemSelectionModel::selectionChanged, this, tellMenus);
+    connect(model_, &QAbstractItemModel::modelReset, this, tellMenus);
 }
 
 void MainPanel::reloadData() {
+    auto& table = *ui_->table;
     // The selection stays with its tool and the list where it was scrolled to.
-    auto selected = model_->app(table_->selectedRow());
-    int scrolledTo = table_->verticalScrollBar()->value();
+    auto selected = model_->app(table.selectedRow());
+    int scrolledTo = table.verticalScrollBar()->value();
     model_->reload();
-    table_->doItemsLayout(); // at once: the scroll bar's range has to be the new one
-    table_->verticalScrollBar()->setValue(scrolledTo);
+    table.doItemsLayout(); // at once: the scroll bar's range has to be the new one
+    table.verticalScrollBar()->setValue(scrolledTo);
     if (int row = selected ? model_->rowOfPath(selected->appPath().value_or("")) : -1; row >= 0) {
-        table_->selectionModel()->setCurrentIndex(model_->index(row, CatalogueModel::Title),
-                                                  QItemSelectionModel::ClearAndSelect |
-                                                      QItemSelectionModel::Rows);
+        table.selectionModel()->setCurrentIndex(model_->index(row, CatalogueModel::Title),
+                                                QItemSelectionModel::ClearAndSelect |
+                                                    QItemSelectionModel::Rows);
     }
     showCatalogueState();
 }
 
 void MainPanel::showCatalogueState() {
     const auto tools = static_cast<int>(controller_->numberOfRows());
-    const int hidden = hideMenu_->numberOfCheckedItems();
-    hideGroups_->setEnabled(hideMenu_->numberOfItems() > 0);
+    const int hidden = menus_->hideMenu().numberOfCheckedItems();
 
     auto text = tools == 1 ? tr("1 tool") : tr("%1 tools").arg(tools);
     if (hidden > 0) {
         text +=
             QStringLiteral(" · ") + (hidden == 1 ? tr("1 group hidden") : tr("%1 groups hidden").arg(hidden));
     }
-    count_->setText(text);
+    ui_->toolCount->setText(text);
 
     if (controller_->numberOfHiddenTools() > 0) {
-        emptyState_->setTexts(tr("All tools are hidden"),
-                              tr("Choose View › Hide Groups to show them again."));
+        ui_->emptyState->setTexts(tr("All tools are hidden"),
+                                  tr("Choose View › Hide Groups to show them again."));
     } else {
-        emptyState_->setTexts(tr("No tools found"), tr("in %1").arg(applicationsFolder()));
+        ui_->emptyState->setTexts(tr("No tools found"), tr("in %1").arg(applicationsFolder()));
     }
-    catalogue_->setCurrentIndex(tools == 0 ? 1 : 0);
-}
-
-void MainPanel::restoreSize() {
-    resize(kFirstSize);
-    auto stored = platform::current().userDefaults->objectForKey(kPanelSize);
-    const auto* sides = stored ? stored->array() : nullptr;
-    if (!sides || sides->size() != 2 || !sides->front().integer() || !sides->back().integer()) {
-        return;
-    }
-    auto side = [](const platform::PropertyList& value) {
-        return static_cast<int>(std::clamp<std::int64_t>(*value.integer(), 0, kMostPixels));
-    };
-    const QSize storedSize(side(sides->front()), side(sides->back()));
-    // It may have been stored on a larger screen.
-    resize(storedSize.boundedTo(screen()->availableGeometry().size()).expandedTo(kSmallestSize));
+    ui_->catalogue->setCurrentWidget(tools == 0 ? static_cast<QWidget*>(ui_->emptyState) : ui_->table);
 }
 
 void MainPanel::closeEvent(QCloseEvent* event) {
-    // Maximised is the window manager's affair; the size it returns to is the user's.
-    const QSize size = isMaximized() || isFullScreen() ? normalGeometry().size() : this->size();
-    const platform::PropertyList sides = platform::PropertyList::Array{size.width(), size.height()};
-    auto& defaults = *platform::current().userDefaults;
-    if (defaults.objectForKey(kPanelSize) != sides) {
-        defaults.setObject(sides, kPanelSize);
+    if (!window_.isClosing() && !windowController_.windowShouldClose()) {
+        event->ignore();
+        return;
     }
+    storeSize();
     QMainWindow::closeEvent(event);
+}
+
+// Once: what is asked after the panel has closed is not the size it had.
+void MainPanel::storeSize() {
+    if (!std::exchange(sizeIsStored_, true)) {
+        storePanelSize(*this);
+    }
 }
 
 void MainPanel::changeEvent(QEvent* event) {
     QMainWindow::changeEvent(event);
     if (event->type() == QEvent::FontChange) {
         layOutColumns();
+    } else if (event->type() == QEvent::ActivationChange && isActiveWindow()) {
+        windowController_.windowDidBecomeKey();
     }
 }
 
 void MainPanel::layOutColumns() {
-    table_->setColumnWidth(CatalogueModel::Icon, scaled(kIconColumnWidth));
-    table_->setColumnWidth(CatalogueModel::Title, scaled(kTitleColumnWidth));
+    ui_->table->setColumnWidth(CatalogueModel::Icon, scaled(kIconColumnWidth));
+    ui_->table->setColumnWidth(CatalogueModel::Title, scaled(kTitleColumnWidth));
 }

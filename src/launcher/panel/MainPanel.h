@@ -1,24 +1,25 @@
 #pragma once
 
-#include "ActionMenu.h"
-#include "AppController.h"
+#include "PanelWindow.h"
+#include "VTWindowController.h"
 
 #include <QMainWindow>
 #include <memory>
 
+namespace Ui {
+class MainPanel;
+}
+class AppController;
 class CatalogueModel;
-class EmptyState;
-class QLabel;
-class QStackedWidget;
-class Spinner;
-class VTAlternateBlackTableView;
+class PanelMenus;
 
-// The main panel: menus, header, the table of tools and a footer. It shows what the controller has and
-// passes on what the user does. Main thread.
+// The main panel: menus, header, the table of tools and a footer, laid out by its interface file. It shows
+// what the controller has and passes on what the user does. Main thread.
 class MainPanel : public QMainWindow {
     Q_OBJECT
 
 public:
+    // Not shown yet: that is the controller's to do.
     explicit MainPanel(std::shared_ptr<AppController> controller);
     ~MainPanel() override;
     MainPanel(const MainPanel&) = delete;
@@ -35,26 +36,20 @@ private:
     class TableOutlet;
     class SpinnerOutlet;
 
-    void makeMenus();
-    QWidget* makeHeader();
-    QWidget* makeCatalogue();
-    QWidget* makeFooter();
+    void styleLabels();
+    void setUpTable();
     void reloadData();
     void showCatalogueState();
-    void restoreSize();
+    void storeSize();
     void layOutColumns();
 
     std::shared_ptr<AppController> controller_;
+    std::unique_ptr<Ui::MainPanel> ui_;
+    std::unique_ptr<PanelMenus> menus_;
     CatalogueModel* model_;
-    VTAlternateBlackTableView* table_;
-    QStackedWidget* catalogue_; // the table, or the empty state
-    EmptyState* emptyState_;
-    QLabel* count_;
-    Spinner* spinner_;
-    QMenu* hideGroups_;
-    QAction* reveal_;
-    std::unique_ptr<ActionMenu> sortMenu_;
-    std::unique_ptr<ActionMenu> hideMenu_;
     std::unique_ptr<TableOutlet> tableOutlet_;
     std::unique_ptr<SpinnerOutlet> spinnerOutlet_;
+    PanelWindow window_;
+    VTWindowController windowController_;
+    bool sizeIsStored_ = false;
 };

@@ -1,6 +1,7 @@
 #include "TerminationSignals.h"
 
-#include <QApplication>
+#include "Platform.h"
+
 #include <QSocketNotifier>
 #include <array>
 #include <csignal>
@@ -45,8 +46,7 @@ TerminationSignals::TerminationSignals()
     connect(arrived_, &QSocketNotifier::activated, this, [this] {
         arrived_->setEnabled(false);
         setHandlers(SIG_DFL); // whoever asks again means it
-        QApplication::closeAllWindows();
-        QApplication::quit();
+        platform::current().application->terminate();
     });
     setHandlers(noteArrival);
 }

@@ -4,8 +4,8 @@
 
 class QSocketNotifier;
 
-// Turns SIGTERM, SIGINT and SIGHUP into an orderly quit of the running QApplication, for as long as it
-// lives. One at a time, on the main thread.
+// Turns SIGTERM, SIGINT and SIGHUP into an orderly end of the program by way of the platform's
+// `Application`, for as long as it lives. One at a time, on the main thread.
 class TerminationSignals : public QObject {
     Q_OBJECT
 

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "ActionMenu.h"
+#include "AppController.h"
+
+#include <QMenu>
+
+namespace Ui {
+class MainPanel;
+}
+class QMainWindow;
+
+// The panel's menus: connects the actions of its interface file with the controller, the preferences and the
+// program. Both menus' owners, the panel and its interface, must outlive it.
+class PanelMenus {
+public:
+    PanelMenus(QMainWindow& panel, Ui::MainPanel& interface, AppController& controller);
+
+    ActionMenu& hideMenu() { return hideMenu_; }
+    ActionMenu& sortMenu() { return sortMenu_; }
+    ActionMenu& userManualMenu() { return userManualMenu_; }
+
+    // What can be done with the selected tool, for a place on the screen.
+    void popUpToolMenu(const QPoint& globalPosition) { toolMenu_.popup(globalPosition); }
+    // Whether there is a tool to do it with.
+    void setToolIsSelected(bool isSelected);
+
+private:
+    // A check mark that stands for 1 in the preferences.
+    void bindToDefault(QAction* action, const char* key);
+    void showAboutLauncher();
+
+    QMainWindow& panel_;
+    Ui::MainPanel& interface_;
+    AppController& controller_;
+    ActionMenu hideMenu_;
+    ActionMenu sortMenu_;
+    ActionMenu userManualMenu_;
+    QMenu toolMenu_;
+};

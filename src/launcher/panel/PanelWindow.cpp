@@ -1,0 +1,69 @@
+#include "PanelWindow.h"
+
+#include "DisplayServer.h"
+
+#include <QWidget>
+
+PanelWindow::PanelWindow(QWidget& window)
+    : window_(window), hasOpacity_(platform::displayHasWindowOpacity()) {
+    if (!hasOpacity_) {
+        animation_.setDuration(1); // a tick, so that the end still comes after the call has returned
+    }
+    QObject::connect(&animation_, &QVariantAnimation::valueChanged, &animation_,
+                     [this](const QVariant& value) { showAlphaValue(value.toDouble()); });
+    QObject::connect(&animation_, &QVariantAnimation::finished, &animation_, [this] {
+        showAlphaValue(animation_.endValue().toDouble());
+        if (animationDidStop_) {
+            animationDidStop_();
+        }
+    });
+}
+
+bool PanelWindow::isVisible() const {
+    return window_.isVisible();
+}
+
+void PanelWindow::orderFront() {
+    window_.show();
+}
+
+void PanelWindow::orderBack() {
+    window_.lower();
+}
+
+void PanelWindow::makeKeyAndOrderFront() {
+    window_.setWindowState(window_.windowState() & ~Qt::WindowMinimized);
+    window_.show();
+    window_.raise();
+    window_.activateWindow();
+}
+
+void PanelWindow::close() {
+    closing_ = true;
+    window_.close();
+    closing_ = false;
+}
+
+void PanelWindow::setAlphaValue(double alpha) {
+    animation_.stop();
+    showAlphaValue(alpha);
+}
+
+void PanelWindow::animateAlphaValue(double alpha) {
+    animation_.stop();
+    animation_.setStartValue(alpha_);
+    animation_.setEndValue(alpha);
+    animation_.start();
+}
+
+void PanelWindow::setAnimationDelegate(std::function<void()> animationDidStop) {
+    animationDidStop_ = std::move(animationDidStop);
+}
+
+void PanelWindow::showAlphaValue(double alpha) {
+    alpha_ = alpha;
+    if (hasOpacity_) {
+        window_.setWindowOpacity(alpha);
+        platform::flushDisplay(); // an animation may run without the event loop's own
+    }
+}

@@ -1,0 +1,150 @@
+#include "QtApplication.h"
+
+#include "Platform.h"
+
+#include <QGuiApplication>
+#include <algorithm>
+#include <ranges>
+#include <utility>
+
+namespace platform {
+
+namespace {
+
+void onMainThread(std::function<void()> work) {
+    current().mainThread->perform(std::move(work), Wait::UntilDone);
+}
+
+bool isPassing(const QWindow& window) {
+    return window.type() == Qt::Popup || window.type() == Qt::ToolTip;
+}
+
+// In the order in which they were made: a window comes before its dialogs.
+std::vector<QWindow*> visibleWindows() {
+    std::vector<QWindow*> visible;
+    std::ranges::copy_if(QGuiApplication::topLevelWindows(), std::back_inserter(visible),
+                         [](const QWindow* window) { return window->isVisible() && !isPassing(*window); });
+    return visible;
+}
+
+void closePassingWindows() {
+    for (auto* window : QGuiApplication::topLevelWindows()) {
+        if (window->isVisible() && isPassing(*window)) {
+            window->close();
+        }
+    }
+}
+
+// Its place is then the window manager's affair, and so is the place that it returns to.
+bool fillsScreen(Qt::WindowStates states) {
+    return states.testAnyFlags(Qt::WindowMaximized | Qt::WindowFullScreen);
+}
+
+} // namespace
+
+QtApplication::QtApplication(std::function<bool()> canBeBroughtBack,
+                             std::function<void(bool hidden)> hiddenDidChange)
+    : canBeBroughtBack_(std::move(canBeBroughtBack)), hiddenDidChange_(std::move(hiddenDidChange)) {}
+
+QtApplication::~QtApplication() = default;
+
+void QtApplication::hide() {
+    onMainThread([this] {
+        if (hidden_) {
+            return;
+        }
+        closePassingWindows();
+        for (auto* window : visibleWindows()) {
+            windows_.push_back({window, window->windowStates(), window->framePosition()});
+        }
+        if (canBeBroughtBack_()) {
+            hideWindows();
+        } else {
+            minimiseWindows();
+        }
+        setHidden(true);
+    });
+}
+
+void QtApplication::hideWindows() {
+    for (const auto& hidden : std::views::reverse(windows_)) {
+        if (hidden.window) { // hiding one may have taken it along
+            hidden.window->hide();
+        }
+    }
+}
+
+void QtApplication::minimiseWindows() {
+    watch_ = std::make_unique<QObject>();
+    for (const auto& hidden : windows_) {
+        hidden.window->setWindowStates(hidden.states | Qt::WindowMinimized);
+        QObject::connect(hidden.window, &QWindow::windowStateChanged, watch_.get(),
+                         [this](Qt::WindowState state) {
+                             if (state != Qt::WindowMinimized) {
+                                 watch_.release()->deleteLater(); // it is at work
+                                 windows_.clear();
+                                 setHidden(false);
+                             }
+                         });
+    }
+}
+
+void QtApplication::unhide() {
+    onMainThread([this] {
+        if (!hidden_) {
+            return;
+        }
+        putWindowsBack();
+        setHidden(false);
+    });
+}
+
+void QtApplication::putWindowsBack() {
+    const bool wereMinimised = watch_ != nullptr;
+    watch_.reset();
+    for (const auto& hidden : std::exchange(windows_, {})) {
+        if (!hidden.window) {
+            continue;
+        }
+        if (wereMinimised) {
+            hidden.window->setWindowStates(hidden.states);
+            continue;
+        }
+        // Before, so that the window is placed there, and after, for window managers that place windows
+        // as they see fit.
+        const bool hasPlace = !fillsScreen(hidden.states);
+        if (hasPlace) {
+            hidden.window->setFramePosition(hidden.framePosition);
+        }
+        hidden.window->setVisible(true);
+        if (hasPlace) {
+            hidden.window->setFramePosition(hidden.framePosition);
+        }
+    }
+}
+
+void QtApplication::setHidden(bool hidden) {
+    hidden_ = hidden;
+    hiddenDidChange_(hidden);
+}
+
+void QtApplication::activateIgnoringOtherApps() {
+    onMainThread([] {
+        auto windows = visibleWindows();
+        for (auto* window : windows) {
+            window->raise();
+        }
+        if (auto* front = QGuiApplication::modalWindow()) {
+            front->requestActivate();
+        } else if (!windows.empty()) {
+            windows.front()->requestActivate();
+        }
+    });
+}
+
+void QtApplication::terminate() {
+    // Not quit(), which asks every window whether it would mind.
+    current().mainThread->perform([] { QCoreApplication::exit(); }, Wait::No);
+}
+
+} // namespace platform

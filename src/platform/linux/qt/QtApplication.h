@@ -1,0 +1,54 @@
+#pragma once
+
+#include "Application.h"
+
+#include <QPointer>
+#include <QWindow>
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace platform {
+
+// The windows of the running QGuiApplication. Made and destroyed on the main thread, which the platform's
+// `MainThread` must lead to.
+class QtApplication : public Application {
+public:
+    // Both are called on the main thread. `canBeBroughtBack` is asked each time the program is about to
+    // hide, and answers whether anything could bring hidden windows back. `hiddenDidChange` is told each
+    // change of `isHidden`, once it has been made.
+    QtApplication(std::function<bool()> canBeBroughtBack, std::function<void(bool hidden)> hiddenDidChange);
+    ~QtApplication() override;
+    QtApplication(const QtApplication&) = delete;
+    QtApplication& operator=(const QtApplication&) = delete;
+
+    // Open menus and tool tips close. A window that is shown anew meanwhile is shown.
+    void hide() override;
+    // Windows come back where they were, as large as they were.
+    void unhide() override;
+    bool isHidden() override { return hidden_; }
+    void activateIgnoringOtherApps() override;
+    void terminate() override;
+
+private:
+    struct HiddenWindow {
+        QPointer<QWindow> window;
+        Qt::WindowStates states; // before
+        QPoint framePosition;
+    };
+
+    void hideWindows();
+    void minimiseWindows();
+    void putWindowsBack();
+    void setHidden(bool hidden);
+
+    std::function<bool()> canBeBroughtBack_;
+    std::function<void(bool)> hiddenDidChange_;
+    std::atomic<bool> hidden_ = false;
+    // The main thread's.
+    std::vector<HiddenWindow> windows_;
+    std::unique_ptr<QObject> watch_; // for minimised windows that the user restores
+};
+
+} // namespace platform

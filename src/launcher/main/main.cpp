@@ -2,6 +2,7 @@
 #include "Bundle.h"
 #include "CommandLine.h"
 #include "DarkPalette.h"
+#include "DisplayServer.h"
 #include "LinuxWorkspace.h"
 #include "ListCommand.h"
 #include "MainPanel.h"
@@ -23,22 +24,37 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
+#include <memory>
 #include <string_view>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
 constexpr const char* kBundleIdentifier = "com.vantorel.Launcher";
 
+// Ends what the panel has begun; empty while there is none. False when a thread is stuck, which must then be
+// left behind.
+std::function<bool()> endInOrder;
+
+// Qt ends the process from within the main loop when the display goes away, as it may at the session's end.
+void endWithTheDisplay() {
+    if (endInOrder) {
+        endInOrder();
+        std::_Exit(0);
+    }
+}
+
 // The services that need neither a display nor the user's preferences.
-platform::Platform basicServices() {
+platform::Platform basicServices(const std::shared_ptr<platform::Workspace>& workspace) {
     return {.consoleLog = std::make_shared<platform::LinuxConsoleLog>("Launcher"),
             .fileManager = std::make_shared<platform::LinuxFileManager>(),
             .users = std::make_shared<platform::LinuxUsers>(),
             .notificationCenter = std::make_shared<platform::NotificationCenter>(),
             .userDefaults = nullptr,
             .mainThread = nullptr,
-            .workspace = std::make_shared<platform::LinuxWorkspace>(),
+            .workspace = workspace,
             .application = nullptr,
             .alertPanels = nullptr};
 }
@@ -98,9 +114,12 @@ int openPanel(int argc, char** argv) {
     DarkPalette::install();
 
     auto mainThread = std::make_shared<platform::QtMainThread>();
-    auto services = basicServices();
+    auto workspace = std::make_shared<platform::LinuxWorkspace>();
+    auto services = basicServices(workspace);
     services.mainThread = mainThread;
-    services.application = std::make_shared<platform::QtApplication>([] { return true; }, [](bool) {});
+    services.application = std::make_shared<platform::QtApplication>(
+        [&instance] { return instance.isReachable(); },
+        [workspace](bool hidden) { workspace->setWatchesOthers(hidden); });
     auto alertPanels = std::make_shared<PanelAlerts>();
     services.alertPanels = alertPanels;
     platform::install(services);
@@ -119,13 +138,24 @@ int openPanel(int argc, char** argv) {
         }
     });
     controller->awakeFromNib(panel.outlets());
+    instance.serve([&](const platform::SingleInstance::Activation& activation) {
+        mainThread->perform(
+            [&] {
+                platform::useActivationToken(activation.token);
+                controller->applicationShouldHandleReopen();
+            },
+            platform::Wait::UntilDone);
+    });
+    endInOrder = [&] {
+        mainThread->close();
+        bool threadsEnded = controller->applicationWillTerminate();
+        services.notificationCenter->post(
+            {.name = platform::kApplicationWillTerminateNotification, .userInfo = {}});
+        return threadsEnded;
+    };
+    std::atexit(endWithTheDisplay);
     int status = QApplication::exec();
-
-    mainThread->close();
-    bool threadsEnded = controller->applicationWillTerminate();
-    services.notificationCenter->post(
-        {.name = platform::kApplicationWillTerminateNotification, .userInfo = {}});
-    if (!threadsEnded) {
+    if (!std::exchange(endInOrder, nullptr)()) {
         // A thread is stuck in the file system; nothing it may still use can be torn down.
         std::_Exit(status);
     }
@@ -148,7 +178,7 @@ int main(int argc, char** argv) {
         return std::puts("Launcher " VT_VERSION) < 0 ? 1 : 0;
     case CommandLine::Action::List:
     case CommandLine::Action::ListAsJson:
-        platform::install(basicServices());
+        platform::install(basicServices(std::make_shared<platform::LinuxWorkspace>()));
         return runListCommand(commandLine.action == CommandLine::Action::ListAsJson);
     case CommandLine::Action::OpenPanel:
         break;

@@ -15,6 +15,12 @@ xcb_connection_t* connection() {
 
 } // namespace
 
+void useActivationToken(const std::optional<std::string>& token) {
+    if (token && QGuiApplication::platformName() == QLatin1String("wayland")) {
+        ::qputenv("XDG_ACTIVATION_TOKEN", QByteArray::fromStdString(*token)); // where Qt looks for it
+    }
+}
+
 bool displayHasWindowOpacity() {
     return connection() != nullptr;
 }

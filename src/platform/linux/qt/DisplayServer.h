@@ -1,13 +1,21 @@
 #pragma once
 
+#include <optional>
+#include <string>
+
 namespace platform {
 
-// Whether the display server lets a window be translucent as a whole. Main thread, once there is a
-// QGuiApplication.
+// What shows the windows on the screen. Main thread, once there is a QGuiApplication.
+
+// What the desktop gave to whoever wants a window in front: the next window that asks to be activated shows
+// it. Does nothing when it is absent or not needed.
+void useActivationToken(const std::optional<std::string>& token);
+
+// Whether the display server lets a window be translucent as a whole.
 bool displayHasWindowOpacity();
 
 // Sends to the display server what waits in the connection's buffer. Qt does so before it waits for events,
-// but not between the steps of an animation. Main thread.
+// but not between the steps of an animation.
 void flushDisplay();
 
 } // namespace platform

@@ -1,10 +1,15 @@
 #include "QtApplication.h"
 
 #include "Platform.h"
+#include "linux/DesktopWindows.h"
 
 #include <QGuiApplication>
 #include <algorithm>
+#include <chrono>
 #include <ranges>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
 #include <utility>
 
 namespace platform {
@@ -38,6 +43,22 @@ void closePassingWindows() {
 // Its place is then the window manager's affair, and so is the place that it returns to.
 bool fillsScreen(Qt::WindowStates states) {
     return states.testAnyFlags(Qt::WindowMaximized | Qt::WindowFullScreen);
+}
+
+// A window manager may not give a program that had nothing to do with the user lately what it asks for in its
+// own name. The windows have to be on the screen for this, and that is waited for elsewhere.
+void comeForward() {
+    static constexpr std::chrono::seconds kPatience{2};
+    if (QGuiApplication::platformName() != QLatin1String("xcb")) {
+        return;
+    }
+    try {
+        std::thread([] {
+            activateWindow([] { return std::vector<pid_t>{::getpid()}; }, kPatience, {});
+        }).detach();
+    } catch (const std::system_error&) {
+        // Then as a program among others.
+    }
 }
 
 } // namespace
@@ -139,6 +160,7 @@ void QtApplication::activateIgnoringOtherApps() {
         } else if (!windows.empty()) {
             windows.front()->requestActivate();
         }
+        comeForward();
     });
 }
 

@@ -1,5 +1,6 @@
 #include "AppController.h"
 #include "Bundle.h"
+#include "BundleIcon.h"
 #include "CommandLine.h"
 #include "DarkPalette.h"
 #include "DisplayServer.h"
@@ -19,6 +20,9 @@
 #include "linux/SingleInstance.h"
 
 #include <QApplication>
+#include <QImage>
+#include <QPixmap>
+#include <QTimer>
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
@@ -67,6 +71,37 @@ void reportFatalMessages(QtMsgType type, const QMessageLogContext&, const QStrin
     }
 }
 
+// Image plugins take longer to load than the panel takes to appear, so the icon follows once it has.
+void showWindowIcon() {
+    constexpr int kPixels = 64;
+    auto bundle = platform::Bundle::main();
+    auto bitmap = bundle ? platform::BundleIcon(bundle->path).render(kPixels) : platform::Bitmap();
+    if (!bitmap.pixels.empty()) {
+        const QImage image(reinterpret_cast<const uchar*>(bitmap.pixels.data()), bitmap.width, bitmap.height,
+                           QImage::Format_ARGB32_Premultiplied);
+        QApplication::setWindowIcon(QPixmap::fromImage(image));
+    }
+}
+
+// Does something once a window has been painted.
+class AfterFirstFrame : public QObject {
+public:
+    AfterFirstFrame(QWidget& window, std::function<void()> work) : work_(std::move(work)) {
+        window.installEventFilter(this);
+    }
+
+private:
+    bool eventFilter(QObject* window, QEvent* event) override {
+        if (event->type() == QEvent::Paint) {
+            window->removeEventFilter(this);
+            QTimer::singleShot(0, this, work_); // not before the frame is on the screen
+        }
+        return false;
+    }
+
+    std::function<void()> work_;
+};
+
 bool hasDisplay(int argc, char** argv) {
     auto isSet = [](const char* variable) { return !qEnvironmentVariableIsEmpty(variable); };
     return isSet("DISPLAY") || isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM") ||
@@ -108,9 +143,6 @@ int openPanel(int argc, char** argv) {
     QApplication::setApplicationVersion(QStringLiteral(VT_VERSION));
     QApplication::setQuitOnLastWindowClosed(false); // the controller is asked
     QApplication::setDesktopFileName(QString::fromLatin1(kBundleIdentifier));
-    if (auto bundle = platform::Bundle::main()) {
-        QApplication::setWindowIcon(QIcon(QString::fromStdString(bundle->resourcePath() + "/Launcher.icns")));
-    }
     DarkPalette::install();
 
     auto mainThread = std::make_shared<platform::QtMainThread>();
@@ -154,6 +186,7 @@ int openPanel(int argc, char** argv) {
         return threadsEnded;
     };
     std::atexit(endWithTheDisplay);
+    AfterFirstFrame icon(panel, showWindowIcon);
     int status = QApplication::exec();
     if (!std::exchange(endInOrder, nullptr)()) {
         // A thread is stuck in the file system; nothing it may still use can be torn down.

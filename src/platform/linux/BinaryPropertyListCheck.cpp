@@ -1,10 +1,13 @@
-#include "BinaryPropertyListReader.h"
+#include "BinaryPropertyListCheck.h"
 
 #include "PropertyListSerialization.h"
 #include "Text.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
+#include <limits>
+#include <string>
 #include <unicode/ustring.h>
 
 namespace platform {
@@ -22,50 +25,33 @@ std::uint64_t bigEndian(std::string_view bytes) {
     return value;
 }
 
-double realFrom(std::string_view body) {
-    auto bits = bigEndian(body);
-    return body.size() == sizeof(float) ? std::bit_cast<float>(static_cast<std::uint32_t>(bits))
-                                        : std::bit_cast<double>(bits);
-}
-
-// 16 bytes are how unsigned values beyond 2^63-1 are written: the upper half only extends the sign.
+// 16 bytes are how unsigned values beyond 2^63-1 are written; libplist looks at the lower half only.
 bool isInteger(std::string_view body) {
-    if (body.size() <= 8) {
-        return true;
-    }
-    auto upper = bigEndian(body.substr(0, 8));
-    bool isNegative = bigEndian(body.substr(8)) >> 63 != 0;
-    return upper == 0 || (upper == ~std::uint64_t{0} && isNegative);
+    return body.size() <= 8 || bigEndian(body.substr(0, 8)) == 0;
 }
 
-// Absent when a surrogate stands alone.
-std::optional<std::string> textFromUtf16(std::string_view body) {
+// In UTF-8. Absent when a surrogate stands alone or a zero ends the text early.
+std::optional<std::size_t> lengthOfUtf16(std::string_view body) {
     std::u16string units(body.size() / 2, u'\0');
     for (std::size_t i = 0; i < units.size(); ++i) {
         units[i] = static_cast<char16_t>(bigEndian(body.substr(2 * i, 2)));
     }
-    std::string text(units.size() * 3, '\0'); // at most three bytes a unit
     int32_t length = 0;
     UErrorCode status = U_ZERO_ERROR;
-    u_strToUTF8(text.data(), static_cast<int32_t>(text.size()), &length, units.data(),
-                static_cast<int32_t>(units.size()), &status);
-    if (U_FAILURE(status)) {
+    u_strToUTF8(nullptr, 0, &length, units.data(), static_cast<int32_t>(units.size()), &status);
+    if (status == U_INVALID_CHAR_FOUND || units.find(u'\0') != units.npos) {
         return std::nullopt;
     }
-    text.resize(static_cast<std::size_t>(length));
-    return text;
+    return static_cast<std::size_t>(length);
 }
 
 } // namespace
 
-std::optional<PropertyList> BinaryPropertyListReader::read() {
-    if (!readTrailer() || !measure(rootIndex_, 1)) {
-        return std::nullopt;
-    }
-    return build(rootIndex_);
+bool BinaryPropertyListCheck::accepts() {
+    return readTrailer() && measure(rootIndex_, 1);
 }
 
-bool BinaryPropertyListReader::readTrailer() {
+bool BinaryPropertyListCheck::readTrailer() {
     if (file_.size() < kMagic.size() + kTrailerSize || !file_.starts_with(kMagic)) {
         return false;
     }
@@ -91,8 +77,7 @@ bool BinaryPropertyListReader::readTrailer() {
     return true;
 }
 
-std::optional<BinaryPropertyListReader::Object>
-BinaryPropertyListReader::objectAt(std::uint64_t index) const {
+std::optional<BinaryPropertyListCheck::Object> BinaryPropertyListCheck::objectAt(std::uint64_t index) const {
     auto offset = bigEndian(file_.substr(tableStart_ + index * offsetSize_, offsetSize_));
     if (offset < kMagic.size() || offset >= tableStart_) {
         return std::nullopt;
@@ -156,11 +141,11 @@ BinaryPropertyListReader::objectAt(std::uint64_t index) const {
     return object;
 }
 
-std::uint64_t BinaryPropertyListReader::reference(const Object& object, std::uint64_t position) const {
+std::uint64_t BinaryPropertyListCheck::reference(const Object& object, std::uint64_t position) const {
     return bigEndian(object.body.substr(position * referenceSize_, referenceSize_));
 }
 
-bool BinaryPropertyListReader::measure(std::uint64_t index, std::size_t depth) {
+bool BinaryPropertyListCheck::measure(std::uint64_t index, std::size_t depth) {
     if (index >= extents_.size()) {
         return false;
     }
@@ -184,12 +169,14 @@ bool BinaryPropertyListReader::measure(std::uint64_t index, std::size_t depth) {
     return true;
 }
 
-bool BinaryPropertyListReader::measureScalar(const Object& object, Extent& extent) const {
+bool BinaryPropertyListCheck::measureScalar(const Object& object, Extent& extent) const {
     switch (object.kind) {
     case Kind::Integer:
         return isInteger(object.body);
     case Kind::Date:
-        return std::isfinite(realFrom(object.body));
+        return std::isfinite(std::bit_cast<double>(bigEndian(object.body)));
+    case Kind::Uid:
+        return bigEndian(object.body) <= std::numeric_limits<std::uint32_t>::max(); // as libplist keeps it
     case Kind::Data:
         extent.bytes = static_cast<std::uint32_t>(object.body.size());
         return true;
@@ -197,19 +184,19 @@ bool BinaryPropertyListReader::measureScalar(const Object& object, Extent& exten
         // Some writers put UTF-8 here.
         extent.isText = true;
         extent.bytes = static_cast<std::uint32_t>(object.body.size());
-        return isValidUtf8(object.body);
+        return isValidUtf8(object.body) && object.body.find('\0') == object.body.npos;
     case Kind::Utf16: {
-        auto text = textFromUtf16(object.body);
+        auto length = lengthOfUtf16(object.body);
         extent.isText = true;
-        extent.bytes = static_cast<std::uint32_t>(text ? text->size() : 0);
-        return text.has_value();
+        extent.bytes = static_cast<std::uint32_t>(length.value_or(0));
+        return length.has_value();
     }
     default:
         return true;
     }
 }
 
-bool BinaryPropertyListReader::measureReferences(const Object& object, std::size_t depth, Extent& extent) {
+bool BinaryPropertyListCheck::measureReferences(const Object& object, std::size_t depth, Extent& extent) {
     std::uint64_t keyCount = object.kind == Kind::Dictionary ? object.count : 0;
     std::uint64_t nodes = 1;
     std::uint64_t bytes = 0;
@@ -232,55 +219,6 @@ bool BinaryPropertyListReader::measureReferences(const Object& object, std::size
     extent.nodes = static_cast<std::uint32_t>(nodes);
     extent.bytes = static_cast<std::uint32_t>(bytes);
     return true;
-}
-
-PropertyList BinaryPropertyListReader::build(std::uint64_t index) const {
-    const auto object = *objectAt(index);
-    switch (object.kind) {
-    case Kind::Integer:
-        return buildInteger(object.body);
-    case Kind::Real:
-        return realFrom(object.body);
-    case Kind::Date:
-        return PropertyList::Date{realFrom(object.body)};
-    case Kind::Data:
-        return PropertyList::Data{std::string(object.body)};
-    case Kind::Ascii:
-        return std::string(object.body);
-    case Kind::Utf16:
-        return *textFromUtf16(object.body);
-    case Kind::Uid:
-        return PropertyList::Uid{bigEndian(object.body)};
-    case Kind::Array: {
-        PropertyList::Array array;
-        array.reserve(object.count);
-        for (std::uint64_t i = 0; i < object.count; ++i) {
-            array.push_back(build(reference(object, i)));
-        }
-        return array;
-    }
-    case Kind::Dictionary: {
-        PropertyList::Dictionary dictionary;
-        for (std::uint64_t i = 0; i < object.count; ++i) {
-            dictionary.insert_or_assign(std::get<std::string>(build(reference(object, i)).takeValue()),
-                                        build(reference(object, object.count + i)));
-        }
-        return dictionary;
-    }
-    case Kind::Boolean:
-        break;
-    }
-    return object.detail == 9;
-}
-
-// Up to four bytes hold no sign, eight and sixteen do.
-PropertyList BinaryPropertyListReader::buildInteger(std::string_view body) {
-    auto value = bigEndian(body.substr(body.size() > 8 ? body.size() - 8 : 0));
-    bool isUnsigned = body.size() == 16 && body.front() == '\0';
-    if (isUnsigned && value >> 63 != 0) {
-        return value;
-    }
-    return static_cast<std::int64_t>(value);
 }
 
 } // namespace platform

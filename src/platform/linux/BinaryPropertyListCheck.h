@@ -1,7 +1,5 @@
 #pragma once
 
-#include "PropertyList.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -10,17 +8,17 @@
 
 namespace platform {
 
-// Reads a binary property list: a table of objects that refer to each other by number. An object that
-// is referred to several times becomes several values, so a small file can stand for a huge list;
-// therefore every object is checked and measured once, and values are made only when all of it is
-// sound and within the limits.
-class BinaryPropertyListReader {
+// Looks through a binary property list before libplist makes values of it. The file is a table of
+// objects that refer to each other by number, and an object that is referred to several times becomes
+// several values, so a small file can stand for a huge list; therefore every object is checked and
+// measured once, with all that it refers to.
+class BinaryPropertyListCheck {
 public:
-    // `file` outlives the reader.
-    explicit BinaryPropertyListReader(std::string_view file) : file_(file) {}
+    // `file` outlives the check.
+    explicit BinaryPropertyListCheck(std::string_view file) : file_(file) {}
 
-    // Absent when the file is damaged or beyond the reader's limits.
-    std::optional<PropertyList> read();
+    // Whether the file is sound and within the limits.
+    bool accepts();
 
 private:
     enum class Kind : std::uint8_t {
@@ -60,9 +58,6 @@ private:
     bool measure(std::uint64_t index, std::size_t depth);
     bool measureScalar(const Object& object, Extent& extent) const;
     bool measureReferences(const Object& object, std::size_t depth, Extent& extent);
-
-    PropertyList build(std::uint64_t index) const; // only what has been measured
-    static PropertyList buildInteger(std::string_view body);
 
     std::string_view file_;
     std::size_t offsetSize_ = 0;

@@ -2,48 +2,45 @@
 
 #include "BinaryPropertyListCheck.h"
 #include "Exception.h"
+#include "PlainXmlPropertyList.h"
 #include "Platform.h"
 #include "PlistNode.h"
-#include "Text.h"
-#include "XmlPropertyListCheck.h"
 
 namespace platform {
 
 namespace {
 
-// libplist sees only what has passed the check.
-PlistNode checkedPlist(std::string_view bytes) {
-    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+bool isBinary(std::string_view bytes) {
+    return bytes.starts_with("bplist");
+}
+
+// What libplist is given to read; absent when that would not be safe.
+std::optional<std::string> checked(std::string_view bytes) {
     if (bytes.size() > kPropertyListMaximumBytes) {
-        return nullptr;
+        return std::nullopt;
     }
-    if (bytes.starts_with("bplist")) {
-        return BinaryPropertyListCheck(bytes).accepts() ? plistFromBinary(bytes) : nullptr;
+    if (isBinary(bytes)) {
+        return isReadableBinaryPropertyList(bytes) ? std::optional<std::string>(bytes) : std::nullopt;
     }
-    if (bytes.starts_with(kByteOrderMark)) {
-        bytes.remove_prefix(kByteOrderMark.size());
-    }
-    if (bytes.find('\0') != bytes.npos || !isValidUtf8(bytes) || !XmlPropertyListCheck(bytes).accepts()) {
-        return nullptr;
-    }
-    return plistFromXml(bytes);
+    // XML has no zero bytes, but its parser takes UTF-16 for what it is.
+    return bytes.find('\0') == bytes.npos ? plainXmlPropertyList(bytes) : std::nullopt;
 }
 
 } // namespace
 
 std::optional<PropertyList> parsePropertyList(std::string_view bytes) {
-    auto node = checkedPlist(bytes);
-    return node ? std::optional(listFromPlist(node.get())) : std::nullopt;
+    auto format = isBinary(bytes) ? PropertyListFormat::Binary : PropertyListFormat::Xml;
+    auto safe = checked(bytes);
+    auto node = safe ? plistFromBytes(*safe, format) : nullptr;
+    return node ? std::optional(listFromPlist(node.get(), format)) : std::nullopt;
 }
 
 std::string serializePropertyList(const PropertyList& list, PropertyListFormat format) {
-    auto node = plistFromList(list, format);
-    auto bytes = format == PropertyListFormat::Xml ? xmlFromPlist(node.get()) : binaryFromPlist(node.get());
-    bool isReadable = bytes.size() <= kPropertyListMaximumBytes &&
-                      (format == PropertyListFormat::Xml ? XmlPropertyListCheck(bytes).accepts()
-                                                         : BinaryPropertyListCheck(bytes).accepts());
-    if (!isReadable) {
-        throw Exception("NSInvalidArgumentException", "The property list is too large for one file");
+    auto bytes = bytesFromPlist(plistFromList(list, format).get(), format);
+    bool hasReturn = format == PropertyListFormat::Xml && bytes.find('\r') != bytes.npos; // XML drops it
+    if (hasReturn || !checked(bytes)) {
+        throw Exception("NSInvalidArgumentException",
+                        "The property list is too large for one file, or holds characters unknown to XML");
     }
     return bytes;
 }

@@ -4,7 +4,6 @@
 #include <chrono>
 #include <cstdint>
 #include <limits>
-#include <optional>
 
 namespace platform {
 
@@ -32,18 +31,6 @@ std::optional<Number> number(std::string_view text, Options... options) {
     return value;
 }
 
-// Takes the digits up to `end`, and `end` as well.
-std::optional<unsigned> takeField(std::string_view& text, std::size_t minimum, std::size_t maximum,
-                                  char end) {
-    auto length = text.find(end);
-    if (length == text.npos || length < minimum || length > maximum) {
-        return std::nullopt;
-    }
-    auto value = number<unsigned>(text.substr(0, length));
-    text.remove_prefix(length + 1);
-    return value;
-}
-
 // The sign is taken off the text; true for a minus.
 bool takeSign(std::string_view& text) {
     bool negative = text.starts_with('-');
@@ -59,62 +46,67 @@ bool isXmlSpace(char character) {
     return character == ' ' || character == '\t' || character == '\n' || character == '\r';
 }
 
-bool isXmlInteger(std::string_view text) {
+std::optional<std::string> plainInteger(std::string_view text) {
     text = withoutOuterSpace(text);
     bool negative = takeSign(text);
     bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
-    if (!hexadecimal && text.size() > 1 && text.front() == '0') {
-        return false;
-    }
     auto magnitude = number<std::uint64_t>(hexadecimal ? text.substr(2) : text, hexadecimal ? 16 : 10);
     constexpr auto kLargest = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
-    return magnitude && (!negative || *magnitude <= kLargest + 1);
+    if (!magnitude || (negative && *magnitude > kLargest + 1)) {
+        return std::nullopt;
+    }
+    return (negative ? "-" : "") + std::to_string(*magnitude);
 }
 
-bool isXmlReal(std::string_view text) {
+std::optional<std::string> plainReal(std::string_view text) {
     text = withoutOuterSpace(text);
-    takeSign(text);
+    auto digits = text;
+    takeSign(digits);
     // A second sign and "nan(...)" are the parser's, not the format's.
-    return !text.starts_with('-') && !text.ends_with(')') && number<double>(text);
+    if (digits.starts_with('-') || digits.ends_with(')') || !number<double>(digits)) {
+        return std::nullopt;
+    }
+    return std::string(text);
 }
 
-bool isXmlDate(std::string_view text) {
+std::optional<std::string> plainDate(std::string_view text) {
     using namespace std::chrono;
-    constexpr std::size_t kLongest = 31; // libplist takes anything longer for 1970
-    if (text.size() > kLongest) {
-        return false;
-    }
     text = withoutOuterSpace(text);
-    auto yearNumber = takeField(text, 1, 4, '-');
-    auto monthNumber = takeField(text, 2, 2, '-');
-    auto dayNumber = takeField(text, 2, 2, 'T');
-    auto hour = takeField(text, 2, 2, ':');
-    auto minute = takeField(text, 2, 2, ':');
-    auto second = takeField(text, 2, 2, 'Z');
-    if (!yearNumber || !monthNumber || !dayNumber || !hour || !minute || !second || !text.empty()) {
-        return false;
+    constexpr std::string_view kPattern = "0000-00-00T00:00:00Z";
+    if (text.size() != kPattern.size()) {
+        return std::nullopt;
     }
-    year_month_day date(year(static_cast<int>(*yearNumber)), month(*monthNumber), day(*dayNumber));
-    return date.ok() && *hour < 24 && *minute < 60 && *second < 60;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        bool isDigit = text[i] >= '0' && text[i] <= '9';
+        if (kPattern[i] == '0' ? !isDigit : text[i] != kPattern[i]) {
+            return std::nullopt;
+        }
+    }
+    auto field = [&](std::size_t start, std::size_t length) {
+        return number<unsigned>(text.substr(start, length)).value_or(0);
+    };
+    year_month_day date(year(static_cast<int>(field(0, 4))), month(field(5, 2)), day(field(8, 2)));
+    bool isDate = date.ok() && field(11, 2) < 24 && field(14, 2) < 60 && field(17, 2) < 60;
+    return isDate ? std::optional<std::string>(text) : std::nullopt;
 }
 
-bool isXmlData(std::string_view text) {
-    std::size_t length = 0; // digits and padding
-    std::size_t padding = 0;
+std::optional<std::string> plainData(std::string_view text) {
+    std::string plain;
+    bool isPadded = false;
     for (char character : text) {
         if (isXmlSpace(character)) {
             continue;
         }
         bool isDigit = (character >= 'A' && character <= 'Z') || (character >= 'a' && character <= 'z') ||
                        (character >= '0' && character <= '9') || character == '+' || character == '/';
-        bool isPadding = character == '=' && length % 4 >= 2;
-        if (!isPadding && (!isDigit || padding > 0)) {
-            return false;
+        bool isPadding = character == '=' && plain.size() % 4 >= 2;
+        if (!isPadding && (!isDigit || isPadded)) {
+            return std::nullopt;
         }
-        padding += isPadding ? 1 : 0;
-        ++length;
+        isPadded = isPadding;
+        plain += character;
     }
-    return length % 4 == 0;
+    return plain.size() % 4 == 0 ? std::optional(plain) : std::nullopt;
 }
 
 } // namespace platform

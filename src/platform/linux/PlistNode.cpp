@@ -18,6 +18,7 @@ namespace {
 constexpr auto kLargestUid = std::numeric_limits<std::uint32_t>::max(); // libplist cuts off the rest
 
 struct Free {
+    // NOLINTNEXTLINE(cppcoreguidelines-no-malloc): what libplist hands out is freed so
     void operator()(void* memory) const { std::free(memory); }
 };
 
@@ -126,7 +127,8 @@ constexpr double secondsOfYear(int number) {
 
 PlistNode plistFromDate(PropertyList::Date date) {
     auto bits = std::bit_cast<std::uint64_t>(date.secondsSinceReferenceDate);
-    std::string file = "bplist00\x33";
+    std::string file = "bplist00";
+    file += '\x33'; // a date
     for (std::size_t i = kDateSize; i-- > 0;) {
         file += static_cast<char>(bits >> (8 * i) & 0xFF);
     }

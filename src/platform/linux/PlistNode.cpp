@@ -200,7 +200,8 @@ private:
         PlistNode dictionary(plist_new_dict());
         for (const auto& [key, item] : value) {
             countNode();
-            plist_dict_set_item(dictionary.get(), text(key), build(item, depth + 1).release());
+            const char* name = text(key); // may throw, so before the item is let go
+            plist_dict_set_item(dictionary.get(), name, build(item, depth + 1).release());
         }
         return dictionary;
     }

@@ -1,95 +1,48 @@
 #include "PropertyListSerialization.h"
 
-#include "BinaryPropertyListReader.h"
-#include "BinaryPropertyListWriter.h"
+#include "BinaryPropertyListCheck.h"
 #include "Exception.h"
+#include "PlainXmlPropertyList.h"
 #include "Platform.h"
-#include "Text.h"
-#include "XmlPropertyListReader.h"
-#include "XmlPropertyListWriter.h"
+#include "PlistNode.h"
 
 namespace platform {
 
 namespace {
 
-// Walks a list before it is written and throws for what the reader would not take back.
-class WriteCheck {
-public:
-    void check(const PropertyList& list, std::size_t depth) {
-        count(depth);
-        if (const auto* text = list.string()) {
-            checkText(*text);
-        } else if (const auto* data = std::get_if<PropertyList::Data>(&list.value())) {
-            checkSize(data->bytes);
-        } else if (std::holds_alternative<PropertyList::Uid>(list.value())) {
-            count(depth + 1); // XML spells it as a dictionary with a number
-        } else if (const auto* array = list.array()) {
-            for (const auto& value : *array) {
-                check(value, depth + 1);
-            }
-        } else if (const auto* dictionary = list.dictionary()) {
-            for (const auto& [key, value] : *dictionary) {
-                checkText(key);
-                check(value, depth + 1);
-            }
-        }
-    }
+bool isBinary(std::string_view bytes) {
+    return bytes.starts_with("bplist");
+}
 
-private:
-    [[noreturn]] static void fail(const char* reason) {
-        throw Exception("NSInvalidArgumentException", reason);
+// What libplist is given to read; absent when that would not be safe.
+std::optional<std::string> checked(std::string_view bytes) {
+    if (bytes.size() > kPropertyListMaximumBytes) {
+        return std::nullopt;
     }
-
-    void count(std::size_t depth) {
-        if (depth > kPropertyListMaximumDepth) {
-            fail("The property list is nested too deeply");
-        }
-        if (++nodes_ > kPropertyListMaximumNodes) {
-            fail("The property list has too many values");
-        }
+    if (isBinary(bytes)) {
+        return isReadableBinaryPropertyList(bytes) ? std::optional<std::string>(bytes) : std::nullopt;
     }
-
-    void checkText(const std::string& text) {
-        checkSize(text);
-        if (!isValidUtf8(text)) {
-            fail("The property list holds text that is not UTF-8");
-        }
-    }
-
-    void checkSize(const std::string& bytes) {
-        bytes_ += bytes.size();
-        if (bytes_ > kPropertyListMaximumBytes) {
-            fail("The property list is too large for one file");
-        }
-    }
-
-    std::size_t nodes_ = 0;
-    std::size_t bytes_ = 0; // of texts and data
-};
+    // XML has no zero bytes, but its parser takes UTF-16 for what it is.
+    return bytes.find('\0') == bytes.npos ? plainXmlPropertyList(bytes) : std::nullopt;
+}
 
 } // namespace
 
 std::optional<PropertyList> parsePropertyList(std::string_view bytes) {
-    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-    if (bytes.size() > kPropertyListMaximumBytes) {
-        return std::nullopt;
-    }
-    if (bytes.starts_with("bplist")) {
-        return BinaryPropertyListReader(bytes).read();
-    }
-    if (bytes.starts_with(kByteOrderMark)) {
-        bytes.remove_prefix(kByteOrderMark.size());
-    }
-    if (bytes.find('\0') != bytes.npos || !isValidUtf8(bytes)) {
-        return std::nullopt;
-    }
-    return XmlPropertyListReader(bytes).read();
+    auto format = isBinary(bytes) ? PropertyListFormat::Binary : PropertyListFormat::Xml;
+    auto safe = checked(bytes);
+    auto node = safe ? plistFromBytes(*safe, format) : nullptr;
+    return node ? std::optional(listFromPlist(node.get(), format)) : std::nullopt;
 }
 
 std::string serializePropertyList(const PropertyList& list, PropertyListFormat format) {
-    WriteCheck().check(list, 1);
-    return format == PropertyListFormat::Xml ? XmlPropertyListWriter().write(list)
-                                             : BinaryPropertyListWriter().write(list);
+    auto bytes = bytesFromPlist(plistFromList(list, format).get(), format);
+    bool hasReturn = format == PropertyListFormat::Xml && bytes.find('\r') != bytes.npos; // XML drops it
+    if (hasReturn || !checked(bytes)) {
+        throw Exception("NSInvalidArgumentException",
+                        "The property list is too large for one file, or holds characters unknown to XML");
+    }
+    return bytes;
 }
 
 std::optional<PropertyList::Dictionary> dictionaryWithContentsOfFile(const std::string& path) {

@@ -1,98 +1,90 @@
 #include "PropertyListSerialization.h"
+#include "TestSandbox.h"
 
-#include <cstdlib>
 #include <gtest/gtest.h>
-#include <memory>
-#include <plist/plist.h>
+#include <spawn.h>
+#include <sys/wait.h>
 
 using namespace platform;
 
-// Another implementation of the formats (libplist) reads what this one writes, and the other way round.
+// Another implementation of the formats (Python's) reads what this one writes, and the other way round.
 
 namespace {
 
-using Node = std::unique_ptr<void, decltype(&plist_free)>;
+constexpr PropertyListFormat kFormats[] = {PropertyListFormat::Xml, PropertyListFormat::Binary};
 
-Node foreignRead(const std::string& bytes) {
-    plist_t node = nullptr;
-    auto read = bytes.starts_with("bplist") ? plist_from_bin : plist_from_xml;
-    read(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &node);
-    return {node, plist_free};
+bool runPython(std::string script) {
+    std::string program = "/usr/bin/python3";
+    std::string option = "-c";
+    std::string folder = sandbox::folder();
+    char* arguments[] = {program.data(), option.data(), script.data(), folder.data(), nullptr};
+    pid_t child = 0;
+    int status = 0;
+    return ::posix_spawn(&child, program.c_str(), nullptr, nullptr, arguments, environ) == 0 &&
+           ::waitpid(child, &status, 0) == child && status == 0;
 }
 
-std::string foreignWrite(const Node& node, PropertyListFormat format) {
-    char* bytes = nullptr;
-    std::uint32_t length = 0;
-    auto write = format == PropertyListFormat::Binary ? plist_to_bin : plist_to_xml;
-    write(node.get(), &bytes, &length);
-    std::string result(bytes, length);
-    std::free(bytes);
-    return result;
-}
-
+// No object reference: in XML, Python knows none.
 const PropertyList& everyKind() {
     static const PropertyList list(PropertyList::Dictionary{
         {"", ""},
-        {"<key> & \"more\"", " a\tb\r\n<&> "},
+        {"<key> & \"more\"", " a\tb\n<&> ]]>"},
         {"array", PropertyList::Array{1, "x", PropertyList::Array{}, PropertyList::Dictionary{{"a", true}}}},
         {"big", UINT64_MAX},
         {"data", PropertyList::Data{std::string("\x00\xFF\x80 A", 5)}},
         {"date", PropertyList::Date{789015845}},
         {"false", false},
         {"integers", PropertyList::Array{0, 1, -1, 255, 256, 65536, INT64_MIN, INT64_MAX}},
+        {"long ago", PropertyList::Date{-31588531200}},
         {"reals", PropertyList::Array{0.1, -1.0 / 3.0, 1e300, 5e-324}},
         {"text of more than fifteen bytes", "ä€😀 and text of more than fifteen units"},
-        {"uid", PropertyList::Uid{77}},
     });
     return list;
 }
-
-constexpr PropertyListFormat kFormats[] = {PropertyListFormat::Xml, PropertyListFormat::Binary};
 
 } // namespace
 
 TEST(PropertyListInteroperability, TheOtherReadsWhatThisWrites) {
     for (auto format : kFormats) {
-        auto node = foreignRead(serializePropertyList(everyKind(), format));
-        ASSERT_TRUE(node);
-        EXPECT_EQ(plist_dict_get_size(node.get()), everyKind().dictionary()->size());
-
-        auto at = [&](const char* key) { return plist_dict_get_item(node.get(), key); };
-        std::uint64_t length = 0;
-        EXPECT_STREQ(plist_get_string_ptr(at("<key> & \"more\""), &length), " a\tb\r\n<&> ");
-        EXPECT_STREQ(plist_get_string_ptr(at("text of more than fifteen bytes"), &length),
-                     "ä€😀 and text of more than fifteen units");
-        EXPECT_STREQ(plist_get_string_ptr(at(""), &length), "");
-        const char* data = plist_get_data_ptr(at("data"), &length);
-        EXPECT_EQ(std::string(data, length), std::string("\x00\xFF\x80 A", 5));
-        std::uint64_t integer = 0;
-        plist_get_uint_val(plist_array_get_item(at("integers"), 6), &integer);
-        EXPECT_EQ(static_cast<std::int64_t>(integer), INT64_MIN);
-        plist_get_uint_val(at("big"), &integer);
-        EXPECT_EQ(integer, UINT64_MAX);
-        double real = 0;
-        plist_get_real_val(plist_array_get_item(at("reals"), 1), &real);
-        EXPECT_EQ(real, -1.0 / 3.0);
-        std::int32_t seconds = 0;
-        std::int32_t microseconds = 0;
-        plist_get_date_val(at("date"), &seconds, &microseconds);
-        EXPECT_EQ(seconds, 789015845);
+        sandbox::writeFile(sandbox::folder() + "/list", serializePropertyList(everyKind(), format));
+        EXPECT_TRUE(runPython(R"(
+import datetime, plistlib, sys
+with open(sys.argv[1] + '/list', 'rb') as file:
+    assert plistlib.load(file) == {
+        '': '', '<key> & "more"': ' a\tb\n<&> ]]>', 'array': [1, 'x', [], {'a': True}], 'big': 2**64 - 1,
+        'data': b'\0\xFF\x80 A', 'date': datetime.datetime(2026, 1, 2, 3, 4, 5), 'false': False,
+        'integers': [0, 1, -1, 255, 256, 65536, -2**63, 2**63 - 1],
+        'long ago': datetime.datetime(1000, 1, 1), 'reals': [0.1, -1 / 3, 1e300, 5e-324],
+        'text of more than fifteen bytes': 'ä€😀 and text of more than fifteen units'}
+)")) << static_cast<int>(format);
     }
 }
 
-TEST(PropertyListInteroperability, WhatTheOtherWritesAgainIsTheSameList) {
-    for (auto given : kFormats) {
-        for (auto taken : kFormats) {
-            auto node = foreignRead(serializePropertyList(everyKind(), given));
-            ASSERT_TRUE(node);
-            auto list = parsePropertyList(foreignWrite(node, taken));
-            ASSERT_TRUE(list && list->dictionary());
-            auto dictionary = *list->dictionary();
-            if (given == PropertyListFormat::Xml) {
-                // In XML a reference looks like a dictionary, and the other one takes it for that.
-                dictionary.insert_or_assign("uid", PropertyList::Uid{77});
-            }
-            EXPECT_EQ(PropertyList(dictionary), everyKind());
-        }
-    }
+TEST(PropertyListInteroperability, ThisReadsWhatTheOtherWrites) {
+    sandbox::writeFile(sandbox::folder() + "/list",
+                       serializePropertyList(everyKind(), PropertyListFormat::Binary));
+    ASSERT_TRUE(runPython(R"(
+import plistlib, sys
+with open(sys.argv[1] + '/list', 'rb') as file:
+    values = plistlib.load(file)
+for name, form in ('/xml', plistlib.FMT_XML), ('/binary', plistlib.FMT_BINARY):
+    with open(sys.argv[1] + name, 'wb') as file:
+        plistlib.dump(values, file, fmt=form)
+)"));
+    EXPECT_EQ(parsePropertyList(sandbox::readFile(sandbox::folder() + "/xml")), everyKind());
+    EXPECT_EQ(parsePropertyList(sandbox::readFile(sandbox::folder() + "/binary")), everyKind());
+}
+
+TEST(PropertyListInteroperability, ObjectReferencesAreTheSameInBinaryFiles) {
+    PropertyList reference(PropertyList::Uid{77});
+    sandbox::writeFile(sandbox::folder() + "/list",
+                       serializePropertyList(reference, PropertyListFormat::Binary));
+    ASSERT_TRUE(runPython(R"(
+import plistlib, sys
+with open(sys.argv[1] + '/list', 'rb') as file:
+    assert plistlib.load(file) == plistlib.UID(77)
+with open(sys.argv[1] + '/again', 'wb') as file:
+    plistlib.dump(plistlib.UID(77), file, fmt=plistlib.FMT_BINARY)
+)"));
+    EXPECT_EQ(parsePropertyList(sandbox::readFile(sandbox::folder() + "/again")), reference);
 }

@@ -1,6 +1,8 @@
 #include "PropertyListSerialization.h"
 
+#include <cmath>
 #include <gtest/gtest.h>
+#include <limits>
 
 using namespace platform;
 
@@ -48,15 +50,15 @@ const PropertyList& infoList() {
 
 } // namespace
 
-TEST(XmlPropertyListReader, ReadsAnInfoDictionary) {
+TEST(PlainXmlPropertyList, ReadsAnInfoDictionary) {
     EXPECT_EQ(parsePropertyList(kInfo), infoList());
 }
 
-TEST(XmlPropertyListReader, PassesOverAByteOrderMark) {
+TEST(PlainXmlPropertyList, PassesOverAByteOrderMark) {
     EXPECT_EQ(parsePropertyList("\xEF\xBB\xBF" + std::string(kInfo)), infoList());
 }
 
-TEST(XmlPropertyListReader, LineBreaksMayBeOfAnyKind) {
+TEST(PlainXmlPropertyList, LineBreaksMayBeOfAnyKind) {
     std::string text;
     for (char character : kInfo) {
         text += character == '\n' ? "\r\n" : std::string(1, character);
@@ -64,7 +66,7 @@ TEST(XmlPropertyListReader, LineBreaksMayBeOfAnyKind) {
     EXPECT_EQ(parsePropertyList(text), infoList());
 }
 
-TEST(XmlPropertyListReader, ReadsEveryKind) {
+TEST(PlainXmlPropertyList, ReadsEveryKind) {
     EXPECT_EQ(parsed("<string>abc</string>"), PropertyList("abc"));
     EXPECT_EQ(parsed("<string/>"), PropertyList(""));
     EXPECT_EQ(parsed("<string></string>"), PropertyList(""));
@@ -85,32 +87,34 @@ TEST(XmlPropertyListReader, ReadsEveryKind) {
                   {"", PropertyList::Dictionary{{"a", PropertyList::Array{PropertyList::Dictionary{}}}}}}));
 }
 
-TEST(XmlPropertyListReader, ReadsObjectReferencesOfKeyedArchives) {
+TEST(PlainXmlPropertyList, ReadsObjectReferencesOfKeyedArchives) {
     EXPECT_EQ(parsed("<dict><key>CF$UID</key><integer>7</integer></dict>"),
               PropertyList(PropertyList::Uid{7}));
-    EXPECT_EQ(parsed("<dict><key>CF$UID</key><integer>18446744073709551615</integer></dict>"),
-              PropertyList(PropertyList::Uid{UINT64_MAX}));
+    EXPECT_EQ(parsed("<dict><key>CF$UID</key><integer>4294967295</integer></dict>"),
+              PropertyList(PropertyList::Uid{UINT32_MAX}));
     for (const char* value :
-         {"<integer>-1</integer>", "<string>7</string>", "<integer>7</integer><key>b</key><true/>"}) {
+         {"<integer>-1</integer>", "<integer>4294967296</integer>", "<integer>18446744073709551615</integer>",
+          "<string>7</string>", "<integer>7</integer><key>b</key><true/>"}) {
         auto list = parsed("<dict><key>CF$UID</key>" + std::string(value) + "</dict>");
         ASSERT_TRUE(list) << value;
         EXPECT_TRUE(list->dictionary()) << value;
     }
 }
 
-TEST(XmlPropertyListReader, TheLastOfTwoEqualKeysHolds) {
+TEST(PlainXmlPropertyList, TheLastOfTwoEqualKeysHolds) {
     EXPECT_EQ(parsed("<dict><key>a</key><integer>1</integer><key>a</key><integer>2</integer></dict>"),
               PropertyList(PropertyList::Dictionary{{"a", 2}}));
 }
 
-TEST(XmlPropertyListReader, TextIsKeptAsItStands) {
+TEST(PlainXmlPropertyList, TextIsKeptAsItStands) {
     EXPECT_EQ(parsed("<string> a\r\n\tb </string>"), PropertyList(" a\r\n\tb "));
-    EXPECT_EQ(parsed("<string>\x01\x1B]]></string>"), PropertyList("\x01\x1B]]>"));
+    EXPECT_EQ(parsed("<string>a\rb\n\nc&#13;&#10;</string>"), PropertyList("a\rb\n\nc\r\n"));
+    EXPECT_EQ(parsed("<string>]]&gt;<![CDATA[]]]]><![CDATA[>]]></string>"), PropertyList("]]>]]>"));
     EXPECT_EQ(parsed("<dict><key> a </key><string/></dict>"),
               PropertyList(PropertyList::Dictionary{{" a ", ""}}));
 }
 
-TEST(XmlPropertyListReader, ReferencesStandForCharacters) {
+TEST(PlainXmlPropertyList, ReferencesStandForCharacters) {
     EXPECT_EQ(parsed("<string>&amp;&lt;&gt;&quot;&apos;</string>"), PropertyList("&<>\"'"));
     EXPECT_EQ(parsed("<string>&amp;amp;</string>"), PropertyList("&amp;"));
     EXPECT_EQ(parsed("<string>&#65;&#x42;&#xe4;&#x20AC;&#128512;&#x10FFFF;</string>"),
@@ -120,7 +124,7 @@ TEST(XmlPropertyListReader, ReferencesStandForCharacters) {
     EXPECT_EQ(parsed("<integer>&#49;</integer>"), PropertyList(1));
 }
 
-TEST(XmlPropertyListReader, ReferencesThatStandForNothingAreDamage) {
+TEST(PlainXmlPropertyList, ReferencesThatStandForNothingAreDamage) {
     for (const char* reference :
          {"&", "&;", "&x", "&foo;", "&ampx;", "&amp", "&AMP;", "& amp;", "&#;", "&#x;", "&#0;", "&#xD800;",
           "&#x110000;", "&#-5;", "&#6a;", "&#xG;", "&#99999999999999;", "&#4294967361;"}) {
@@ -130,27 +134,28 @@ TEST(XmlPropertyListReader, ReferencesThatStandForNothingAreDamage) {
     }
 }
 
-TEST(XmlPropertyListReader, CommentsAndSectionsMayStandInText) {
+TEST(PlainXmlPropertyList, CommentsAndSectionsMayStandInText) {
     EXPECT_EQ(parsed("<string>a<!-- <x> & -->b<![CDATA[<&amp;>]]>c</string>"), PropertyList("ab<&amp;>c"));
+    EXPECT_EQ(parsed("<string>a<?x?>b</string>"), PropertyList("ab"));
     EXPECT_EQ(parsed("<string><![CDATA[]]></string>"), PropertyList(""));
     EXPECT_EQ(parsed("<integer>1<!-- x -->2</integer>"), PropertyList(12));
     EXPECT_EQ(parsed("<data>QUJD<!-- x -->REVG</data>"), PropertyList(PropertyList::Data{"ABCDEF"}));
-    for (const char* text :
-         {"<!-- a", "<![CDATA[a", "<![CDATA[a]]", "<![cdata[a]]>", "<!x>", "<?x?>", "<b/>", "<b>x</b>"}) {
+    for (const char* text : {"<!-- a", "<![CDATA[a", "<![CDATA[a]]", "<![cdata[a]]>", "<!x>", "]]>",
+                             "<!-- -- -->", "<b/>", "<b>x</b>"}) {
         EXPECT_EQ(parsed("<string>" + std::string(text) + "</string>"), std::nullopt) << text;
     }
 }
 
-TEST(XmlPropertyListReader, CommentsInstructionsAndAttributesArePassedOver) {
+TEST(PlainXmlPropertyList, CommentsInstructionsAndAttributesArePassedOver) {
     EXPECT_EQ(
         parsePropertyList(
-            "<!-- a --><?xml version='1.0'?><!-- b --><!DOCTYPE plist><!-- c -->\n"
-            "<plist  version = '1.0' x=\"<>\"\t><!-- d --><dict id='1'><!-- e --><key a=''>k</key ><?f?>"
+            "<?xml version='1.0'?><!-- a --><?b \"?><!DOCTYPE plist><!-- c \" -->\n"
+            "<plist  version = '1.0' x=\"&lt;'>\"\t><!-- d --><dict id='1'><!-- e --><key a=''>k</key ><?f?>"
             "<true /><!-- g --></dict\n><!-- h --></plist\n> <!-- i --> "),
         PropertyList(PropertyList::Dictionary{{"k", true}}));
 }
 
-TEST(XmlPropertyListReader, WhatIsNotOneValueInOneRootIsDamaged) {
+TEST(PlainXmlPropertyList, WhatIsNotOneValueInOneRootIsDamaged) {
     for (const char* text : {"",
                              " ",
                              "<",
@@ -188,7 +193,7 @@ TEST(XmlPropertyListReader, WhatIsNotOneValueInOneRootIsDamaged) {
     }
 }
 
-TEST(XmlPropertyListReader, UnbalancedAndUnknownElementsAreDamage) {
+TEST(PlainXmlPropertyList, UnbalancedAndUnknownElementsAreDamage) {
     for (const char* text : {"<dict><key>a</key></dict>",
                              "<dict><true/></dict>",
                              "<dict><string>a</string><true/></dict>",
@@ -222,7 +227,7 @@ TEST(XmlPropertyListReader, UnbalancedAndUnknownElementsAreDamage) {
     }
 }
 
-TEST(XmlPropertyListReader, ADocumentTypeBringsNoDefinitions) {
+TEST(PlainXmlPropertyList, ADocumentTypeBringsNoDefinitions) {
     for (const char* text :
          {"<!DOCTYPE plist [<!ENTITY a 'b'>]>", "<!DOCTYPE plist []>", "<!DOCTYPE plist [[>",
           "<!DOCTYPE plist <x>", "<!ENTITY a 'b'>", "<!DOCTYPE plist \"a>", "<!DOCTYPE plist 'a>"}) {
@@ -237,7 +242,7 @@ TEST(XmlPropertyListReader, ADocumentTypeBringsNoDefinitions) {
     EXPECT_EQ(parsePropertyList("<!DOCTYPE plist SYSTEM \"[>\"><plist><true/></plist>"), PropertyList(true));
 }
 
-TEST(XmlPropertyListReader, TextThatIsNotUtf8IsDamage) {
+TEST(PlainXmlPropertyList, TextThatIsNotUtf8IsDamage) {
     for (std::string_view text :
          {"\xFF", "\xC3", "\xC0\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80", "a\xE2\x82"}) {
         EXPECT_EQ(parsed("<string>" + std::string(text) + "</string>"), std::nullopt);
@@ -251,14 +256,65 @@ TEST(XmlPropertyListReader, TextThatIsNotUtf8IsDamage) {
     EXPECT_EQ(parsePropertyList(wide), std::nullopt);
 }
 
-TEST(XmlPropertyListReader, EveryTruncationIsDamage) {
+TEST(PlainXmlPropertyList, CharactersUnknownToXmlAreDamage) {
+    for (const char* text : {"\x01", "\x1B", "\xEF\xBF\xBF", "&#1;"}) {
+        EXPECT_EQ(parsed("<string>" + std::string(text) + "</string>"), std::nullopt);
+    }
+}
+
+// A document type that only names its definition leaves open what that may define.
+TEST(PlainXmlPropertyList, EntitiesDefinedElsewhereAreDamage) {
+    for (const char* element : {"<string>&a;</string>", "<array>&a;</array>", "<integer>1&a;</integer>"}) {
+        EXPECT_EQ(
+            parsePropertyList("<!DOCTYPE plist SYSTEM \"a.dtd\"><plist>" + std::string(element) + "</plist>"),
+            std::nullopt)
+            << element;
+    }
+}
+
+TEST(PlainXmlPropertyList, NumbersAreReadAsTheyAreSpelt) {
+    EXPECT_EQ(parsed("<integer> \n-5 \n</integer>"), PropertyList(-5));
+    EXPECT_EQ(parsed("<integer>+42</integer>"), PropertyList(42));
+    EXPECT_EQ(parsed("<integer>-0</integer>"), PropertyList(0));
+    EXPECT_EQ(parsed("<integer>010</integer>"), PropertyList(10));
+    EXPECT_EQ(parsed("<integer>-0x10</integer>"), PropertyList(-16));
+    EXPECT_EQ(parsed("<integer>-9223372036854775808</integer>"), PropertyList(INT64_MIN));
+    EXPECT_EQ(parsed("<integer>9223372036854775807</integer>"), PropertyList(INT64_MAX));
+    EXPECT_EQ(parsed("<integer>9223372036854775808</integer>"), PropertyList(std::uint64_t{1} << 63));
+    EXPECT_EQ(parsed("<integer>18446744073709551615</integer>"), PropertyList(UINT64_MAX));
+    EXPECT_EQ(parsed("<real> +0.1 </real>"), PropertyList(0.1));
+    EXPECT_EQ(parsed("<real>1E-3</real>"), PropertyList(0.001));
+    EXPECT_EQ(parsed("<real>-Inf</real>"), PropertyList(-std::numeric_limits<double>::infinity()));
+    auto notANumber = parsed("<real>NaN</real>");
+    ASSERT_TRUE(notANumber && notANumber->real());
+    EXPECT_TRUE(std::isnan(*notANumber->real()));
+    EXPECT_EQ(parsed("<data>\n\tQU\n\tJDRA=\r\n=</data>"), PropertyList(PropertyList::Data{"ABCD"}));
+}
+
+TEST(PlainXmlPropertyList, DatesOfAnyYearAreRead) {
+    auto seconds = [](std::string_view text) {
+        auto list = parsed("<date>" + std::string(text) + "</date>");
+        const auto* date = list ? std::get_if<PropertyList::Date>(&list->value()) : nullptr;
+        return date ? date->secondsSinceReferenceDate : std::nan("");
+    };
+    EXPECT_EQ(seconds(" 2001-01-01T00:00:01Z\n"), 1);
+    EXPECT_EQ(seconds("2000-12-31T23:59:59Z"), -1);
+    EXPECT_EQ(seconds("1970-01-01T00:00:00Z"), -978307200);
+    EXPECT_EQ(seconds("2024-02-29T12:30:45Z"), 730902645);
+    EXPECT_EQ(seconds("2106-02-07T06:28:16Z"), 3316660096); // 2^32 since 1970
+    EXPECT_EQ(seconds("0001-01-01T00:00:00Z"), -63113904000);
+    EXPECT_EQ(seconds("0000-12-30T00:00:00Z"), -63114076800); // the first platform's distant past
+    EXPECT_EQ(seconds("9999-12-31T23:59:59Z"), 252423993599);
+}
+
+TEST(PlainXmlPropertyList, EveryTruncationIsDamage) {
     const auto end = kInfo.find_last_of('>');
     for (std::size_t length = 0; length <= end; ++length) {
         ASSERT_EQ(parsePropertyList(kInfo.substr(0, length)), std::nullopt) << length;
     }
 }
 
-TEST(XmlPropertyListReader, DepthIsBounded) {
+TEST(PlainXmlPropertyList, DepthIsBounded) {
     auto nested = [](std::string_view open, std::string_view close, std::size_t depth) {
         return parsed(repeated(open, depth - 1) + "<true/>" + repeated(close, depth - 1));
     };
@@ -271,12 +327,12 @@ TEST(XmlPropertyListReader, DepthIsBounded) {
     EXPECT_FALSE(parsed(repeated("<array>", 100'000)));
 }
 
-TEST(XmlPropertyListReader, TheNumberOfValuesIsBounded) {
+TEST(PlainXmlPropertyList, TheNumberOfValuesIsBounded) {
     EXPECT_TRUE(parsed("<array>" + repeated("<true/>", kPropertyListMaximumNodes - 1) + "</array>"));
     EXPECT_FALSE(parsed("<array>" + repeated("<true/>", kPropertyListMaximumNodes) + "</array>"));
 }
 
-TEST(XmlPropertyListReader, TheSizeIsBounded) {
+TEST(PlainXmlPropertyList, TheSizeIsBounded) {
     auto padded = [](std::size_t size) {
         std::string head = "<plist><string>";
         std::string foot = "</string></plist>";
@@ -287,7 +343,7 @@ TEST(XmlPropertyListReader, TheSizeIsBounded) {
 }
 
 // What takes minutes and more in a reader that looks at anything twice.
-TEST(XmlPropertyListReader, BigFilesOfOneThingAreReadInOnePass) {
+TEST(PlainXmlPropertyList, BigFilesOfOneThingAreReadInOnePass) {
     auto entities = parsed("<string>" + repeated("&amp;", 500'000) + "</string>");
     ASSERT_TRUE(entities && entities->string());
     EXPECT_EQ(entities->string()->size(), 500'000U);
@@ -305,4 +361,20 @@ TEST(XmlPropertyListReader, BigFilesOfOneThingAreReadInOnePass) {
     auto dictionary = parsed("<dict>" + keys + "</dict>");
     ASSERT_TRUE(dictionary && dictionary->dictionary());
     EXPECT_EQ(dictionary->dictionary()->size(), 50'000U);
+}
+
+// "Ab" and "BA" are the same to a hash that multiplies by 33, as libplist's does.
+TEST(PlainXmlPropertyList, KeysOfOneHashAreReadInOnePass) {
+    constexpr int kCount = 40'000;
+    std::string keys;
+    for (int i = 0; i < kCount; ++i) {
+        keys += "<key>";
+        for (int bit = 0; bit < 16; ++bit) {
+            keys += (i >> bit & 1) != 0 ? "Ab" : "BA";
+        }
+        keys += "</key><true/>";
+    }
+    auto dictionary = parsed("<dict>" + keys + "</dict>");
+    ASSERT_TRUE(dictionary && dictionary->dictionary());
+    EXPECT_EQ(dictionary->dictionary()->size(), std::size_t{kCount});
 }

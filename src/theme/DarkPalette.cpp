@@ -1,7 +1,8 @@
 #include "DarkPalette.h"
 
+#include "DarkStyle.h"
+
 #include <QApplication>
-#include <QStyleFactory>
 #include <QToolTip>
 
 using theme::Colour;
@@ -70,7 +71,7 @@ QPalette DarkPalette::palette() {
 }
 
 void DarkPalette::install() {
-    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    QApplication::setStyle(new DarkStyle);
     QApplication::setPalette(palette());
     QToolTip::setPalette(palette());
 }

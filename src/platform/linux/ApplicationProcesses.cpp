@@ -137,7 +137,7 @@ std::optional<std::string> bundleOfScript(const ProcessFolder& process, const st
             continue;
         }
         if (!path.starts_with('/')) {
-            path = process.link("cwd").value_or("") + '/' + path;
+            path.insert(0, process.link("cwd").value_or("") + '/');
         }
         // Most arguments are no paths at all: resolving is left to those that may lead somewhere.
         if (path.find("MacOS/") == std::string::npos) {

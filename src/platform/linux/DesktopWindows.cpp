@@ -23,7 +23,7 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kLookInterval{100};
 
 struct Freer {
-    void operator()(void* memory) const { std::free(memory); }
+    void operator()(void* memory) const { std::free(memory); } // NOLINT(cppcoreguidelines-no-malloc): xcb's
 };
 
 // A connection of our own to the X display and its window manager.

@@ -13,7 +13,8 @@ std::vector<char*> pointers(const std::vector<std::string>& texts) {
     std::vector<char*> result;
     result.reserve(texts.size() + 1);
     for (const auto& text : texts) {
-        result.push_back(const_cast<char*>(text.c_str())); // posix_spawn changes nothing
+        // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): posix_spawn changes nothing
+        result.push_back(const_cast<char*>(text.c_str()));
     }
     result.push_back(nullptr);
     return result;
@@ -28,7 +29,7 @@ public:
     posix_spawn_file_actions_t* get() { return &actions_; }
 
 private:
-    posix_spawn_file_actions_t actions_;
+    posix_spawn_file_actions_t actions_{};
 };
 
 class Attributes {
@@ -40,7 +41,7 @@ public:
     posix_spawnattr_t* get() { return &attributes_; }
 
 private:
-    posix_spawnattr_t attributes_;
+    posix_spawnattr_t attributes_{};
 };
 
 } // namespace

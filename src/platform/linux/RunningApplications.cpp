@@ -232,6 +232,7 @@ std::vector<RunningApplication> RunningApplications::list() {
         }
     }
     std::vector<RunningApplication> result;
+    result.reserve(found.size());
     for (auto& [bundle, identifier] : found) {
         result.push_back({bundle, std::move(identifier)});
     }
@@ -272,6 +273,7 @@ std::vector<pid_t> RunningApplications::processesOf(const std::function<bool(con
         }
     }
     std::vector<Found> order;
+    order.reserve(found.size());
     for (auto& [bundle, entry] : found) {
         order.push_back(std::move(entry));
     }

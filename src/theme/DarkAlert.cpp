@@ -1,5 +1,6 @@
 #include "DarkAlert.h"
 
+#include "DarkButton.h"
 #include "DarkPalette.h"
 #include "InterfaceFont.h"
 #include "PlainLabel.h"
@@ -9,7 +10,6 @@
 #include <QApplication>
 #include <QKeyEvent>
 #include <QPainter>
-#include <QPushButton>
 #include <QScreen>
 #include <QScrollArea>
 #include <QVBoxLayout>
@@ -19,6 +19,7 @@ namespace {
 
 // In points.
 constexpr double kMargin = 20;
+constexpr double kBottomMargin = 14; // below the room that the button keeps for its focus ring
 constexpr double kIconSide = 48;
 constexpr double kIconGap = 16;
 constexpr double kTitleSize = 13;
@@ -52,7 +53,8 @@ WrappedLabel* label(const QString& text, const QFont& font, const QColor& colour
 
 } // namespace
 
-DarkAlert::DarkAlert(const QString& title, const QString& message, QWidget* parent) : QDialog(parent) {
+DarkAlert::DarkAlert(const QString& title, const QString& message, QWidget* parent)
+    : QDialog(parent, Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint) {
     const QString shownTitle = withoutMiddle(title, kMostTitleCharacters);
     const QString shownMessage = withoutMiddle(message, kMostMessageCharacters);
     // "[*]" stands for the mark of a changed document unless it is doubled.
@@ -64,10 +66,10 @@ DarkAlert::DarkAlert(const QString& title, const QString& message, QWidget* pare
     icon->setPixmap(windowIcon().pixmap(QSize(iconSide, iconSide), devicePixelRatio()));
     icon->setFixedSize(iconSide, iconSide);
     text_ = makeText(shownTitle, shownMessage);
-    auto* button = new QPushButton(tr("&OK"));
+    auto* button = new DarkButton(tr("&OK"));
     button->setMinimumWidth(scaled(kButtonWidth));
     button->setDefault(true);
-    connect(button, &QPushButton::clicked, this, &QDialog::accept);
+    connect(button, &QAbstractButton::clicked, this, &QDialog::accept);
 
     auto* body = new QHBoxLayout;
     body->setSpacing(scaled(kIconGap));
@@ -75,7 +77,7 @@ DarkAlert::DarkAlert(const QString& title, const QString& message, QWidget* pare
     body->addWidget(text_);
     auto* layout = new QVBoxLayout(this);
     const int margin = scaled(kMargin);
-    layout->setContentsMargins(margin, margin, margin, margin);
+    layout->setContentsMargins(margin, margin, margin, scaled(kBottomMargin));
     layout->setSpacing(scaled(kButtonGap));
     layout->addLayout(body);
     layout->addWidget(button, 0, Qt::AlignRight);

@@ -3,11 +3,12 @@
 import json
 import os
 import pathlib
+import plistlib
 import signal
 import tempfile
 import unittest
 
-from launcher_driver import DesktopTest, Row, wait_until
+from launcher_driver import Atspi, DesktopTest, Row, has_state, wait_until, xdotool
 
 EXPECTED = json.loads(
     (pathlib.Path(__file__).parents[2] / "samples" / "expected.json").read_text(encoding="utf-8"))
@@ -45,6 +46,11 @@ class PanelTest(DesktopTest):
         launcher.wait_for_catalogue()
         return launcher
 
+    def preferences(self, launcher):
+        """What the user's preference file holds."""
+        return plistlib.loads(
+            pathlib.Path(launcher.home, "Library/Preferences/com.vantorel.Launcher.plist").read_bytes())
+
     def wait_for_rows(self, launcher, rows):
         try:
             wait_until(lambda: launcher.rows() == rows, "the expected rows", limit=15)
@@ -59,13 +65,58 @@ class PanelTest(DesktopTest):
 
     def test_menus_are_named_and_say_what_is_chosen(self):
         launcher = self.open_panel()
-        self.assertEqual([item.title for item in launcher.menu_items()], ["Launcher", "View"])
-        self.assertEqual([item.title for item in launcher.menu_items("Launcher")],
-                         ["Reload Tools", "Reveal in File Browser", "Quit"])
+        self.assertEqual([item.title for item in launcher.menu_items()],
+                         ["Launcher", "View", "Manuals", "Help"])
+        self.assertEqual(launcher.menu_items("Launcher"),
+                         [("About Launcher", False), ("Quit After Launching", False),
+                          ("Show Again When a Tool Quits", True), ("Quit", False)])
         self.assertEqual(launcher.menu_items("View"),
-                         [("Sort by Name", True), ("Sort by Group", False), ("Hide Groups", False),
-                          ("Show Group Names", False)])
+                         [("Sort by Name", True), ("Sort by Group", False), ("Show Group Names", False),
+                          ("Hide Groups", False), ("Reload", False), ("Reveal in File Browser", False)])
         self.assertEqual(launcher.menu_items("View", "Hide Groups"), [(name, False) for name in groups()])
+        self.assertEqual([item.title for item in launcher.menu_items("Help")],
+                         ["Ostendel User Manual", "Ostendel Home Page", "Report a Bug…",
+                          "Suggest a Feature…", "Vantorel Home Page"])
+
+    def test_lists_the_manuals(self):
+        launcher = self.open_panel()
+        manuals = wait_until(lambda: launcher.menu_items("Manuals"), "manuals in their menu")
+        # In the order of the listing, which is nobody's promise.
+        self.assertEqual(sorted(manuals), [("Kelvandor Quick Start", False), ("Tallowby Backups", False)])
+
+    def test_without_manuals_their_menu_is_disabled(self):
+        with tempfile.TemporaryDirectory() as root:
+            os.mkdir(os.path.join(root, "Applications"))
+            launcher = self.open_panel(root=root)
+            menu = launcher.find("menu item", "Manuals")
+            self.assertFalse(has_state(menu, Atspi.StateType.ENABLED))
+
+    def test_says_what_it_is(self):
+        launcher = self.open_panel()
+        launcher.choose("Launcher", "About Launcher")
+        about = launcher.find("dialog", "About Launcher")
+        texts = [label.get_name() for label in launcher.find_all("label", under=about) if label.get_name()]
+        self.assertEqual(texts[0], "Launcher")
+        self.assertRegex(texts[1], r"\AVersion \d+\.\d+\.\d+\nTools for editing workstations\Z")
+        self.assertEqual(about.get_description(), texts[1])
+        xdotool("key", "Return")
+        wait_until(lambda: not launcher.find_all("dialog"), "the panel alone again")
+        launcher.press("ctrl+q")
+        self.assertEqual(launcher.wait_for_exit(), 0)
+
+    def test_remembers_what_launching_does(self):
+        launcher = self.open_panel()
+        launcher.choose("Launcher", "Quit After Launching")
+        launcher.choose("Launcher", "Show Again When a Tool Quits")
+        changed = [("Quit After Launching", True), ("Show Again When a Tool Quits", False)]
+        wait_until(lambda: launcher.menu_items("Launcher")[1:3] == changed, "the changed check marks")
+        launcher.press("ctrl+q")
+        self.assertEqual(launcher.wait_for_exit(), 0)
+        self.assertEqual(self.preferences(launcher)["quitAfterLaunching"], 1)
+        self.assertEqual(self.preferences(launcher)["unhideOnLaunchedAppExit"], 0)
+
+        again = self.open_panel(home=launcher.home)
+        self.assertEqual(again.menu_items("Launcher")[1:3], changed)
 
     def test_sorts_by_group_and_by_name_again(self):
         launcher = self.open_panel()
@@ -107,9 +158,9 @@ class PanelTest(DesktopTest):
 
         again = self.open_panel(home=launcher.home)
         self.assertEqual(again.rows(), shown(remaining, with_groups=True))
-        self.assertEqual(again.menu_items("View"),
-                         [("Sort by Name", False), ("Sort by Group", True), ("Hide Groups", False),
-                          ("Show Group Names", True)])
+        self.assertEqual(again.menu_items("View")[:4],
+                         [("Sort by Name", False), ("Sort by Group", True), ("Show Group Names", True),
+                          ("Hide Groups", False)])
         self.assertEqual(again.menu_items("View", "Hide Groups"),
                          [(name, name == "Kelvandor") for name in groups()])
 
@@ -139,6 +190,9 @@ class PanelTest(DesktopTest):
             launcher.press("F5")
             wait_until(lambda: launcher.tool_count() == "1 tool", "the new tool's count")
             self.assertEqual(launcher.rows(), shown([tool]))
+            os.remove(os.path.join(applications, "Ferrulet.app"))
+            launcher.press("ctrl+r")
+            wait_until(lambda: launcher.tool_count() == "0 tools", "the count without it")
 
     def test_quits_from_the_keyboard(self):
         launcher = self.open_panel()
@@ -147,8 +201,23 @@ class PanelTest(DesktopTest):
 
     def test_quits_when_its_window_is_closed(self):
         launcher = self.open_panel()
-        launcher.press("alt+F4")
+        launcher.press("alt+F4")  # fades it out first
         self.assertEqual(launcher.wait_for_exit(), 0)
+        self.assertEqual(launcher.standard_error(), "")
+
+    def test_remembers_its_size_however_it_ends(self):
+        launcher = self.open_panel()
+        width, height = 700, 500
+        for end in (lambda: launcher.press("ctrl+q"), lambda: launcher.press("alt+F4"),
+                    lambda: launcher.process.send_signal(signal.SIGTERM)):
+            xdotool("windowsize", "--sync", launcher.window(), width, height)
+            wait_until(lambda: abs(launcher.find("frame", "Launcher").get_size().x - width) < 2,
+                       "the new width")
+            end()
+            self.assertEqual(launcher.wait_for_exit(), 0, launcher.standard_error())
+            self.assertEqual(self.preferences(launcher)["panelSize"], [width, height])
+            launcher = self.open_panel(home=launcher.home)
+            width -= 20
 
     def test_keeps_a_log_that_is_whole_at_the_end(self):
         launcher = self.open_panel()

@@ -73,7 +73,7 @@ private:
 
 MainPanel::MainPanel(std::shared_ptr<AppController> controller)
     : controller_(std::move(controller)), ui_(std::make_unique<Ui::MainPanel>()), window_(*this),
-      windowController_(window_) {
+      windowController_(window_), listAtStart_(controller_->dataArray()) {
     ui_->setupUi(this);
     menus_ = std::make_unique<PanelMenus>(*this, *ui_, *controller_);
     styleLabels();
@@ -153,7 +153,9 @@ void MainPanel::reloadData() {
                                                 QItemSelectionModel::ClearAndSelect |
                                                     QItemSelectionModel::Rows);
     }
-    showCatalogueState();
+    if (controller_->dataArray() != listAtStart_) {
+        showCatalogueState();
+    }
 }
 
 void MainPanel::showCatalogueState() {

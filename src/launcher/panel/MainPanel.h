@@ -51,5 +51,6 @@ private:
     std::unique_ptr<SpinnerOutlet> spinnerOutlet_;
     PanelWindow window_;
     VTWindowController windowController_;
+    std::shared_ptr<const void> listAtStart_; // the controller's, until the first rebuild has ended
     bool sizeIsStored_ = false;
 };

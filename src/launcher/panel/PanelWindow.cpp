@@ -1,11 +1,8 @@
 #include "PanelWindow.h"
 
-#include "DisplayServer.h"
-
 #include <QWidget>
 
-PanelWindow::PanelWindow(QWidget& window)
-    : window_(window), hasOpacity_(platform::displayHasWindowOpacity()) {
+PanelWindow::PanelWindow(QWidget& window, bool hasOpacity) : window_(window), hasOpacity_(hasOpacity) {
     if (!hasOpacity_) {
         animation_.setDuration(1); // a tick, so that the end still comes after the call has returned
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "DisplayServer.h"
 #include "Outlets.h"
 
 #include <QVariantAnimation>
@@ -11,7 +12,7 @@ class QWidget;
 class PanelWindow : public outlet::Window {
 public:
     // The window must outlive this object.
-    explicit PanelWindow(QWidget& window);
+    explicit PanelWindow(QWidget& window, bool hasOpacity = platform::displayHasWindowOpacity());
 
     bool isVisible() const override;
     void orderFront() override;

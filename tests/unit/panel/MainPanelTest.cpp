@@ -1,21 +1,16 @@
-#include "MainPanel.h"
+#include "PanelFixture.h"
 
-#include "CatalogueModel.h"
 #include "ElidedLabel.h"
-#include "QtMainThread.h"
 #include "Spinner.h"
-#include "TestSandbox.h"
-#include "VTAlternateBlackTableView.h"
+#include "VTBlackScroller.h"
 
-#include "ToolTree.h"
-
-#include <QAbstractItemModelTester>
 #include <QApplication>
-#include <QLabel>
-#include <QMenuBar>
+#include <QHelpEvent>
 #include <QScreen>
 #include <QScrollBar>
-#include <QTest>
+#include <QTextDocument>
+#include <QToolTip>
+#include <cstdlib>
 #include <filesystem>
 #include <gmock/gmock.h>
 
@@ -23,71 +18,7 @@ using namespace tooltree;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-namespace {
-
-constexpr int kLimit = 30'000; // ms
-
-class MainPanelTest : public testing::Test {
-protected:
-    MainPanelTest() {
-        auto services = platform::current();
-        mainThread = std::make_shared<platform::QtMainThread>();
-        services.mainThread = mainThread;
-        platform::install(services);
-    }
-    ~MainPanelTest() override {
-        mainThread->close();
-        EXPECT_TRUE(controller->threads().finish(std::chrono::minutes(1)));
-    }
-
-    // Opens the panel and waits until it shows the catalogue.
-    void open() {
-        panel = std::make_unique<MainPanel>(controller);
-        tester = std::make_unique<QAbstractItemModelTester>(table().model());
-        controller->awakeFromNib(panel->outlets());
-        panel->show();
-        ASSERT_TRUE(QTest::qWaitFor([this] { return !count().isEmpty(); }, kLimit));
-    }
-    void waitForCount(const QString& text) {
-        EXPECT_TRUE(QTest::qWaitFor([&] { return count() == text; }, kLimit)) << qPrintable(count());
-    }
-
-    VTAlternateBlackTableView& table() { return *panel->findChild<VTAlternateBlackTableView*>(); }
-    QString count() { return panel->findChild<QLabel*>(QStringLiteral("toolCount"))->text(); }
-    std::vector<std::string> column(int column, int role = Qt::DisplayRole) {
-        std::vector<std::string> texts;
-        const auto* model = table().model();
-        for (int row = 0; row < model->rowCount(); ++row) {
-            texts.push_back(model->index(row, column).data(role).toString().toStdString());
-        }
-        return texts;
-    }
-    std::vector<std::string> visibleLabels() {
-        std::vector<std::string> texts;
-        for (const auto* label : panel->findChildren<QLabel*>()) {
-            if (label->isVisibleTo(panel.get()) && !label->text().isEmpty()) {
-                EXPECT_EQ(label->textFormat(), Qt::PlainText) << qPrintable(label->text());
-                texts.push_back(label->text().toStdString());
-            }
-        }
-        return texts;
-    }
-    QAction* action(const QString& text) {
-        for (auto* action : panel->findChildren<QAction*>()) {
-            if (action->text().remove(u'&') == text) {
-                return action;
-            }
-        }
-        return nullptr;
-    }
-
-    std::shared_ptr<platform::QtMainThread> mainThread;
-    std::shared_ptr<AppController> controller = AppController::init();
-    std::unique_ptr<MainPanel> panel;
-    std::unique_ptr<QAbstractItemModelTester> tester;
-};
-
-} // namespace
+class MainPanelTest : public PanelFixture {};
 
 TEST_F(MainPanelTest, ShowsTheCatalogue) {
     addTool("1.app", "Purgel", "Kelvandor", "Repairs.");
@@ -136,7 +67,7 @@ TEST_F(MainPanelTest, ToolsThatAreGoneAreNotHidden) {
     action("Kelvandor")->trigger();
     waitForCount(QStringLiteral("0 tools · 1 group hidden"));
     std::filesystem::remove_all(applications() + "/1.app");
-    action("Reload Tools")->trigger();
+    action("Reload")->trigger();
     EXPECT_TRUE(QTest::qWaitFor(
         [this] { return testing::Matches(testing::Contains("No tools found"))(visibleLabels()); }, kLimit));
 }
@@ -194,7 +125,7 @@ TEST_F(MainPanelTest, TheHideMenuIsThereOnceThereAreGroups) {
     open();
     EXPECT_FALSE(action("Hide Groups")->isEnabled());
     addTool("1.app", "Purgel", "Kelvandor");
-    action("Reload Tools")->trigger();
+    action("Reload")->trigger();
     waitForCount(QStringLiteral("1 tool"));
     EXPECT_TRUE(action("Hide Groups")->isEnabled());
 }
@@ -247,7 +178,9 @@ TEST_F(MainPanelTest, RevealNeedsASelection) {
     addTool("folder/1.app", "A");
     open();
     EXPECT_FALSE(action("Reveal in File Browser")->isEnabled());
+    EXPECT_FALSE(action("Launch")->isEnabled());
     table().selectRow(0);
+    EXPECT_TRUE(action("Launch")->isEnabled());
     action("Reveal in File Browser")->trigger();
     EXPECT_THAT(sandbox::workspace().revealed(),
                 ElementsAre(testing::Pair(applications() + "/folder/1.app", applications() + "/folder")));
@@ -273,8 +206,28 @@ TEST_F(MainPanelTest, RemembersItsSize) {
     open();
     panel->resize(700, 500);
     panel->close();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !panel->isVisible(); }, kLimit));
     MainPanel again(controller);
     EXPECT_EQ(again.size(), QSize(700, 500));
+}
+
+TEST_F(MainPanelTest, RemembersItsSizeWhenTheProgramQuits) {
+    open();
+    panel->resize(710, 510);
+    emit qApp->aboutToQuit({});
+    MainPanel again(controller);
+    EXPECT_EQ(again.size(), QSize(710, 510));
+}
+
+TEST_F(MainPanelTest, RemembersTheSizeItHadWhenItClosed) {
+    open();
+    panel->resize(700, 500);
+    panel->close();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !panel->isVisible(); }, kLimit));
+    sandbox::defaults().setObject(platform::PropertyList::Array{600, 400}, "panelSize");
+    emit qApp->aboutToQuit({}); // nothing more to store
+    MainPanel again(controller);
+    EXPECT_EQ(again.size(), QSize(600, 400));
 }
 
 TEST_F(MainPanelTest, IgnoresASizeThatIsNone) {
@@ -302,8 +255,110 @@ TEST_F(MainPanelTest, TheSortMenuShowsTheStoredMode) {
     EXPECT_FALSE(action("Sort by Group")->isChecked());
 }
 
+TEST_F(MainPanelTest, IsShownByTheControllerAlone) {
+    panel = std::make_unique<MainPanel>(controller);
+    EXPECT_FALSE(panel->isVisible());
+    EXPECT_FALSE(panel->outlets().mainWindow->isVisible());
+    controller->awakeFromNib(panel->outlets());
+    EXPECT_TRUE(panel->isVisible());
+    EXPECT_EQ(panel->outlets().mainWindow->alphaValue(), 0);
+    EXPECT_TRUE(QTest::qWaitFor([this] { return panel->outlets().mainWindow->alphaValue() == 1; }, kLimit));
+    EXPECT_TRUE(panel->isVisible());
+}
+
+TEST_F(MainPanelTest, SaysNothingOfToolsBeforeTheFirstScanHasEnded) {
+    panel = std::make_unique<MainPanel>(controller);
+    controller->awakeFromNib(panel->outlets()); // what the scan finds waits for the event loop
+    EXPECT_EQ(count(), "");
+    EXPECT_TRUE(table().isVisible());
+    EXPECT_TRUE(QTest::qWaitFor([this] { return count() == "0 tools"; }, kLimit));
+    EXPECT_FALSE(table().isVisible());
+}
+
+TEST_F(MainPanelTest, ClosesOnceItHasFadedOut) {
+    open();
+    EXPECT_FALSE(panel->close()); // not yet
+    EXPECT_TRUE(panel->isVisible());
+    EXPECT_TRUE(QTest::qWaitFor([this] { return !panel->isVisible(); }, kLimit));
+    EXPECT_EQ(panel->outlets().mainWindow->alphaValue(), 0);
+    EXPECT_TRUE(controller->applicationShouldTerminateAfterLastWindowClosed());
+}
+
+TEST_F(MainPanelTest, StaysWhenItIsShownAgainWhileItFades) {
+    open();
+    panel->close();
+    panel->outlets().windowController->showWindow();
+    EXPECT_TRUE(QTest::qWaitFor([this] { return panel->outlets().mainWindow->alphaValue() == 1; }, kLimit));
+    EXPECT_TRUE(panel->isVisible());
+    EXPECT_FALSE(controller->applicationShouldTerminateAfterLastWindowClosed());
+}
+
+TEST_F(MainPanelTest, TellsWhenItBecomesKey) {
+    panel = std::make_unique<MainPanel>(controller);
+    const void* key = nullptr;
+    auto observation = platform::current().notificationCenter->addObserver(
+        "VTWindowDidBecomeKey",
+        [&key](const platform::Notification& notification) { key = notification.object; });
+    controller->awakeFromNib(panel->outlets());
+    panel->outlets().mainWindow->makeKeyAndOrderFront();
+    EXPECT_TRUE(QTest::qWaitFor([&key] { return key != nullptr; }, kLimit));
+    EXPECT_EQ(key, panel->outlets().mainWindow);
+}
+
+TEST_F(MainPanelTest, ADoubleClickLaunches) {
+    addTool("1.app", "A");
+    addTool("2.app", "B");
+    open();
+    const auto cell = table().visualRect(table().model()->index(1, CatalogueModel::Title)).center();
+    QTest::mouseClick(table().viewport(), Qt::LeftButton, {}, cell);
+    EXPECT_THAT(sandbox::workspace().events(), IsEmpty());
+    QTest::mouseDClick(table().viewport(), Qt::LeftButton, {}, cell);
+    EXPECT_TRUE(QTest::qWaitFor([] { return sandbox::application().isHidden(); }, kLimit));
+    EXPECT_THAT(sandbox::workspace().events(), testing::Contains("open " + applications() + "/2.app"));
+}
+
+TEST_F(MainPanelTest, ReturnLaunches) {
+    addTool("1.app", "A");
+    open();
+    table().selectRow(0);
+    QTest::keyClick(&table(), Qt::Key_Return);
+    EXPECT_TRUE(QTest::qWaitFor([] { return sandbox::application().isHidden(); }, kLimit));
+    EXPECT_THAT(sandbox::workspace().events(), testing::Contains("open " + applications() + "/1.app"));
+}
+
+TEST_F(MainPanelTest, HasTheDarkScroller) {
+    open();
+    EXPECT_NE(qobject_cast<VTBlackScroller*>(table().verticalScrollBar()), nullptr);
+}
+
+// A path that looks like markup is shown as it is, wherever it is shown.
+TEST_F(MainPanelTest, AFolderIsPlainText) {
+    const auto root = sandbox::root() + "/<b>x</b> & y";
+    sandbox::makeFolder(root + "/Applications");
+    setenv("VANTOREL_ROOT", root.c_str(), 1);
+    open();
+    EXPECT_THAT(visibleLabels(),
+                testing::IsSupersetOf({root + "/Applications", "in " + root + "/Applications"}));
+    setenv("VANTOREL_ROOT", sandbox::root().c_str(), 1);
+}
+
 TEST(ElidedLabel, GivesWayInTheMiddle) {
-    ElidedLabel label(QStringLiteral("/a/long/path/that/does/not/fit/anywhere"));
+    ElidedLabel label;
+    label.setText(QStringLiteral("/a/long/path/that/does/not/fit/anywhere"));
     EXPECT_LT(label.minimumSizeHint().width(), label.sizeHint().width() / 3);
     EXPECT_EQ(label.textFormat(), Qt::PlainText);
+}
+
+TEST(ElidedLabel, ShowsItsTextAsItIsInItsToolTip) {
+    ElidedLabel label;
+    label.setText(QStringLiteral("<b>/a/long/path</b>/that/does/not/fit/anywhere"));
+    label.resize(60, 20);
+    label.show();
+    QHelpEvent event(QEvent::ToolTip, QPoint(5, 5), label.mapToGlobal(QPoint(5, 5)));
+    QApplication::sendEvent(&label, &event);
+    ASSERT_TRUE(QTest::qWaitFor([] { return QToolTip::isVisible(); }, kLimit));
+    QTextDocument shown;
+    shown.setHtml(QToolTip::text());
+    EXPECT_EQ(shown.toPlainText(), label.text());
+    QToolTip::hideText();
 }

@@ -67,7 +67,9 @@ QtApplication::QtApplication(std::function<bool()> canBeBroughtBack,
                              std::function<void(bool hidden)> hiddenDidChange)
     : canBeBroughtBack_(std::move(canBeBroughtBack)), hiddenDidChange_(std::move(hiddenDidChange)) {}
 
-QtApplication::~QtApplication() = default;
+QtApplication::~QtApplication() {
+    takeWindows();
+}
 
 void QtApplication::hide() {
     onMainThread([this] {
@@ -76,7 +78,7 @@ void QtApplication::hide() {
         }
         closePassingWindows();
         for (auto* window : visibleWindows()) {
-            windows_.push_back({window, window->windowStates(), window->framePosition()});
+            windows_.push_back({window, window->windowStates(), window->framePosition(), {}});
         }
         if (canBeBroughtBack_()) {
             hideWindows();
@@ -90,23 +92,21 @@ void QtApplication::hide() {
 void QtApplication::hideWindows() {
     for (const auto& hidden : std::views::reverse(windows_)) {
         if (hidden.window) { // hiding one may have taken it along
-            hidden.window->hide();
+            hidden.window->setVisible(false);
         }
     }
 }
 
 void QtApplication::minimiseWindows() {
-    watch_ = std::make_unique<QObject>();
-    for (const auto& hidden : windows_) {
+    for (auto& hidden : windows_) {
         hidden.window->setWindowStates(hidden.states | Qt::WindowMinimized);
-        QObject::connect(hidden.window, &QWindow::windowStateChanged, watch_.get(),
-                         [this](Qt::WindowState state) {
-                             if (state != Qt::WindowMinimized) {
-                                 watch_.release()->deleteLater(); // it is at work
-                                 windows_.clear();
-                                 setHidden(false);
-                             }
-                         });
+        auto noteState = [this](Qt::WindowState state) {
+            if (state != Qt::WindowMinimized) {
+                takeWindows();
+                setHidden(false);
+            }
+        };
+        hidden.restored = QObject::connect(hidden.window, &QWindow::windowStateChanged, noteState);
     }
 }
 
@@ -115,32 +115,37 @@ void QtApplication::unhide() {
         if (!hidden_) {
             return;
         }
-        putWindowsBack();
+        for (const auto& hidden : takeWindows()) {
+            if (hidden.window) {
+                putBack(hidden);
+            }
+        }
         setHidden(false);
     });
 }
 
-void QtApplication::putWindowsBack() {
-    const bool wereMinimised = watch_ != nullptr;
-    watch_.reset();
-    for (const auto& hidden : std::exchange(windows_, {})) {
-        if (!hidden.window) {
-            continue;
-        }
-        if (wereMinimised) {
-            hidden.window->setWindowStates(hidden.states);
-            continue;
-        }
-        // Before, so that the window is placed there, and after, for window managers that place windows
-        // as they see fit.
-        const bool hasPlace = !fillsScreen(hidden.states);
-        if (hasPlace) {
-            hidden.window->setFramePosition(hidden.framePosition);
-        }
-        hidden.window->setVisible(true);
-        if (hasPlace) {
-            hidden.window->setFramePosition(hidden.framePosition);
-        }
+std::vector<QtApplication::HiddenWindow> QtApplication::takeWindows() {
+    for (const auto& hidden : windows_) {
+        QObject::disconnect(hidden.restored);
+    }
+    return std::exchange(windows_, {});
+}
+
+void QtApplication::putBack(const HiddenWindow& hidden) {
+    auto& window = *hidden.window;
+    if (window.isVisible()) { // it was minimised
+        window.setWindowStates(hidden.states);
+        return;
+    }
+    // Before it is shown, so that it is placed there, and after, for window managers that place windows as
+    // they see fit.
+    const bool hasPlace = !fillsScreen(hidden.states);
+    if (hasPlace) {
+        window.setFramePosition(hidden.framePosition);
+    }
+    window.setVisible(true);
+    if (hasPlace) {
+        window.setFramePosition(hidden.framePosition);
     }
 }
 

@@ -6,7 +6,6 @@
 #include <QWindow>
 #include <atomic>
 #include <functional>
-#include <memory>
 #include <vector>
 
 namespace platform {
@@ -36,11 +35,13 @@ private:
         QPointer<QWindow> window;
         Qt::WindowStates states; // before
         QPoint framePosition;
+        QMetaObject::Connection restored; // to what happens when the user restores it, if it is minimised
     };
 
     void hideWindows();
     void minimiseWindows();
-    void putWindowsBack();
+    static void putBack(const HiddenWindow& hidden);
+    std::vector<HiddenWindow> takeWindows(); // they are not watched any more
     void setHidden(bool hidden);
 
     std::function<bool()> canBeBroughtBack_;
@@ -48,7 +49,6 @@ private:
     std::atomic<bool> hidden_ = false;
     // The main thread's.
     std::vector<HiddenWindow> windows_;
-    std::unique_ptr<QObject> watch_; // for minimised windows that the user restores
 };
 
 } // namespace platform

@@ -1,0 +1,162 @@
+#include "DarkAlert.h"
+
+#include "DarkPalette.h"
+#include "OffscreenApplication.h"
+#include "WrappedLabel.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QKeyEvent>
+#include <QPushButton>
+#include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <array>
+#include <gtest/gtest.h>
+#include <optional>
+
+namespace {
+
+// The result that the key ends the alert with.
+std::optional<int> resultOfKey(Qt::Key key) {
+    DarkAlert alert(QStringLiteral("Title"), QStringLiteral("Message"));
+    std::optional<int> result;
+    QObject::connect(&alert, &QDialog::finished, [&result](int value) { result = value; });
+    alert.show();
+    offscreen::settle();
+    auto* receiver = alert.focusWidget();
+    const QString text = key == Qt::Key_Space ? QStringLiteral(" ") : QString();
+    for (auto type : {QEvent::KeyPress, QEvent::KeyRelease}) {
+        QKeyEvent event(type, key, Qt::NoModifier, text);
+        QApplication::sendEvent(receiver, &event);
+    }
+    return result;
+}
+
+QScrollBar& scrollBar(const DarkAlert& alert) {
+    return *alert.findChild<QScrollArea*>()->verticalScrollBar();
+}
+
+void press(DarkAlert& alert, Qt::Key key) {
+    QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier);
+    QApplication::sendEvent(alert.focusWidget(), &event);
+}
+
+} // namespace
+
+TEST(DarkAlertTest, ShowsBothTextsAsTheyAre) {
+    DarkAlert alert(QStringLiteral("<b>Cut</b> & [*] paste"), QStringLiteral("<i>No</i>\nsecond line"));
+    alert.show();
+    const auto labels = alert.findChildren<WrappedLabel*>();
+    ASSERT_EQ(labels.size(), 2);
+    EXPECT_EQ(labels[0]->text(), "<b>Cut</b> & [*] paste");
+    EXPECT_EQ(labels[1]->text(), "<i>No</i>\nsecond line");
+    for (const auto* label : labels)
+        EXPECT_EQ(label->textFormat(), Qt::PlainText);
+    EXPECT_TRUE(labels[0]->font().bold());
+
+    auto* accessible = QAccessible::queryAccessibleInterface(&alert);
+    EXPECT_EQ(accessible->role(), QAccessible::Dialog);
+    EXPECT_EQ(accessible->text(QAccessible::Name), "<b>Cut</b> & [*] paste");
+    EXPECT_EQ(accessible->text(QAccessible::Description), "<i>No</i>\nsecond line");
+}
+
+TEST(DarkAlertTest, KeysPressItsButton) {
+    EXPECT_EQ(resultOfKey(Qt::Key_Return), QDialog::Accepted);
+    EXPECT_EQ(resultOfKey(Qt::Key_Enter), QDialog::Accepted);
+    EXPECT_EQ(resultOfKey(Qt::Key_Space), QDialog::Accepted);
+    EXPECT_EQ(resultOfKey(Qt::Key_Escape), QDialog::Rejected);
+    EXPECT_EQ(resultOfKey(Qt::Key_A), std::nullopt);
+}
+
+TEST(DarkAlertTest, IsNotWiderThanItNeeds) {
+    DarkAlert narrow(QStringLiteral("Title"), QStringLiteral("Message"));
+    narrow.show();
+    EXPECT_LT(narrow.width(), 400);
+    DarkAlert wide(QString(200, u'w'), QString(4000, u'm'));
+    wide.show();
+    EXPECT_GT(wide.width(), narrow.width());
+    EXPECT_LE(wide.width(), 500);
+}
+
+TEST(DarkAlertTest, ShortTextsDoNotScroll) {
+    DarkAlert alert(QStringLiteral("Title"),
+                    QStringLiteral("One sentence that takes two lines, more or less, "
+                                   "of the room that there is for it here."));
+    alert.show();
+    offscreen::settle();
+    EXPECT_EQ(scrollBar(alert).maximum(), 0);
+    const auto labels = alert.findChildren<WrappedLabel*>();
+    EXPECT_GE(labels[1]->height(), labels[1]->heightForWidth(labels[1]->width()));
+}
+
+TEST(DarkAlertTest, LongTextsScroll) {
+    QString text;
+    for (int i = 0; i < 800; ++i)
+        text += QStringLiteral("word ");
+    DarkAlert alert(QString(200, u'w'), text + QString(4000, u'm'));
+    alert.show();
+    offscreen::settle();
+    const QRect room = alert.screen()->availableGeometry();
+    EXPECT_LT(alert.height(), room.height());
+    EXPECT_LT(alert.width(), room.width());
+    EXPECT_TRUE(alert.rect().contains(alert.findChild<QPushButton*>()->geometry()));
+    ASSERT_GT(scrollBar(alert).maximum(), 0);
+    press(alert, Qt::Key_PageDown);
+    EXPECT_GT(scrollBar(alert).value(), 0);
+    press(alert, Qt::Key_End);
+    EXPECT_EQ(scrollBar(alert).value(), scrollBar(alert).maximum());
+    press(alert, Qt::Key_PageUp);
+    EXPECT_LT(scrollBar(alert).value(), scrollBar(alert).maximum());
+    press(alert, Qt::Key_Home);
+    EXPECT_EQ(scrollBar(alert).value(), 0);
+}
+
+TEST(DarkAlertTest, FarTooLongTextsLoseTheirMiddle) {
+    const QString name(1'000'000, u'n');
+    DarkAlert alert(name + QStringLiteral(" cannot be launched."), name + QStringLiteral(" is the end."));
+    for (const auto* label : alert.findChildren<WrappedLabel*>()) {
+        EXPECT_LE(label->text().size(), 20'001);
+        EXPECT_TRUE(label->text().startsWith(u'n'));
+        EXPECT_TRUE(label->text().contains(QChar(0x2026)));
+    }
+    EXPECT_TRUE(alert.findChildren<WrappedLabel*>().constFirst()->text().endsWith(" cannot be launched."));
+}
+
+TEST(DarkAlertTest, StandsOnTheWindowsGradient) {
+    DarkAlert alert(QStringLiteral("Title"), QStringLiteral("Message"));
+    alert.show();
+    const QImage image = alert.grab().toImage();
+    EXPECT_EQ(image.pixelColor(2, 0), QColor("#2a2b2e"));
+    EXPECT_EQ(image.pixelColor(2, image.height() - 1), QColor("#1a1b1d"));
+}
+
+TEST(WrappedLabelTest, BreaksWordsThatAreTooLong) {
+    WrappedLabel label;
+    label.setText(QString(200, u'm'));
+    EXPECT_LT(label.minimumSizeHint().width(), 100);
+    const int line = label.fontMetrics().height();
+    EXPECT_GT(label.heightForWidth(200), 5 * line);
+    EXPECT_GT(label.sizeHint().width(), 1000);
+    EXPECT_LT(label.sizeHint().height(), 2 * line);
+}
+
+TEST(WrappedLabelTest, IsDrawnInsideItself) {
+    for (Qt::Alignment alignment : {Qt::AlignLeft, Qt::AlignHCenter}) {
+        WrappedLabel label;
+        label.setAlignment(alignment);
+        label.setText(QStringLiteral("W"));
+        label.resize(100, 30);
+        const QImage image = offscreen::picture(label, Qt::black);
+        auto isInked = [&image](int from, int to) {
+            for (int x = from; x < to; ++x)
+                for (int y = 0; y < image.height(); ++y)
+                    if (image.pixelColor(x, y).lightness() > 100)
+                        return true;
+            return false;
+        };
+        EXPECT_EQ(isInked(0, 20), alignment == Qt::AlignLeft);
+        EXPECT_EQ(isInked(40, 60), alignment == Qt::AlignHCenter);
+        EXPECT_FALSE(isInked(80, 100));
+    }
+}

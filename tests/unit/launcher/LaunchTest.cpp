@@ -2,7 +2,7 @@
 #include "Threads.h"
 #include "ToolTree.h"
 
-#include <condition_variable>
+#include <atomic>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <latch>
@@ -122,7 +122,7 @@ TEST_F(Launch, ThePanelGoesBackWithoutBeingWaitedFor) {
                 later.push_back(std::move(work));
             }
         }
-        bool busy = false;
+        std::atomic<bool> busy = false;
         std::vector<std::function<void()>> later;
     };
     auto mainThread = std::make_shared<BusyMainThread>();

@@ -82,19 +82,19 @@ TEST_F(Startup, FadesThePanelInThroughItsController) {
 }
 
 TEST_F(Startup, RedrawsTheTableAtOnce) {
-    int reloadsOfMainThread = 0;
     struct WatchedTable : FakeTable {
-        explicit WatchedTable(int& counter) : reloadsHere(counter) {}
         void reloadData() override {
-            reloadsHere += platform::isMainThread() ? 1 : 0;
+            if (platform::isMainThread()) {
+                ++reloadsHere;
+            }
             FakeTable::reloadData();
         }
-        int& reloadsHere;
-    } watched(reloadsOfMainThread);
+        int reloadsHere = 0;
+    } watched;
     auto connected = outlets();
     connected.tableView = &watched;
     controller->awakeFromNib(connected);
-    EXPECT_EQ(reloadsOfMainThread, 1);
+    EXPECT_EQ(watched.reloadsHere, 1);
     spinner.waitUntilStopped(1);
     EXPECT_EQ(watched.reloads, 2); // and once more with what the rebuild has found
 }

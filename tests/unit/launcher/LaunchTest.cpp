@@ -2,7 +2,6 @@
 #include "Threads.h"
 #include "ToolTree.h"
 
-#include <atomic>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <latch>
@@ -122,7 +121,7 @@ TEST_F(Launch, ThePanelGoesBackWithoutBeingWaitedFor) {
                 later.push_back(std::move(work));
             }
         }
-        std::atomic<bool> busy = false;
+        bool busy = false;
         std::vector<std::function<void()>> later;
     };
     auto mainThread = std::make_shared<BusyMainThread>();
@@ -131,6 +130,7 @@ TEST_F(Launch, ThePanelGoesBackWithoutBeingWaitedFor) {
     platform::ScopedPlatform scope(services);
 
     awake();
+    finish();
     events();
     mainThread->busy = true;
     controller->launchAppOnThread(*tool());

@@ -165,16 +165,6 @@ TEST_F(Launch, RemembersTheToolAfterThePanelHasGoneBackAndBeforeOpeningIt) {
                 ElementsAre("window back: com.vantorel.Old", "open " + path("New") + ": com.vantorel.New"));
 }
 
-TEST_F(Launch, AToolThatEndsWhileItIsBeingLaunchedIsHeldBackUntilTheLauncherIsHidden) {
-    awake();
-    events();
-    controller->launchAppOnThread(*tool());
-    auto all = sandbox::workspace().events();
-    const auto at = [&](const std::string& event) { return std::ranges::find(all, event); };
-    EXPECT_LT(at("hold " + path("Purgel")), at("open " + path("Purgel")));
-    EXPECT_LT(at("hide"), at("release " + path("Purgel")));
-}
-
 TEST_F(Launch, TheHoldEndsAlsoWhenTheLaunchFails) {
     awake();
     throwOn("open " + path("Purgel"));

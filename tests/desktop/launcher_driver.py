@@ -84,9 +84,14 @@ def stays(predicate, what, seconds=1):
 
 def visible_windows(pid):
     """The X windows of a process that are on the screen."""
-    result = subprocess.run(["xdotool", "search", "--all", "--onlyvisible", "--pid", str(pid), "--name", "."],
-                            stdout=subprocess.PIPE, text=True, timeout=30, check=False)
-    return result.stdout.split()  # none found is a status of 1
+    def search():
+        # None found is a status of 1, and so is a window that went away while it was being looked at.
+        result = subprocess.run(["xdotool", "search", "--all", "--onlyvisible", "--pid", str(pid), "--name",
+                                 "."], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, timeout=30,
+                                check=False)
+        return [result.stdout.split()] if not result.stderr else None
+
+    return wait_until(search, "a look at the windows")[0]
 
 
 def active_process():

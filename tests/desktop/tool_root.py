@@ -60,7 +60,7 @@ class Tool:
                 if (os.readlink(entry / "exe").startswith(f"{self.path}/")
                         or any(word.startswith(os.fsencode(f"{self.path}/")) for word in words)):
                     found.append(int(entry.name))
-            except (FileNotFoundError, ProcessLookupError):
+            except (FileNotFoundError, PermissionError, ProcessLookupError):
                 pass
         return found
 

@@ -40,7 +40,7 @@ class IdleTest(DesktopTest):
     def test_sleeps_after_a_tool_has_come_and_gone(self):
         def started():
             if self.launcher.is_active():
-                xdotool("key", "Home", "Return")
+                xdotool("key", "Down", "Return")
             return self.tool.starts()
 
         wait_until(started, "the tool's start")

@@ -98,6 +98,7 @@ class ToolRoot:
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="root-", dir=os.environ["HOME"]))
         self.applications = self.folder / "Applications"
         self.applications.mkdir()
+        (self.folder / "Library/Logs/Vantorel").mkdir(parents=True)  # of the machine, where root logs
         self._tools = []
         test.addCleanup(self._remove)
 

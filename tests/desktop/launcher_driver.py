@@ -211,18 +211,24 @@ class Launcher:
         return active_process() == self.process.pid
 
     def wait_until_hidden(self, limit=30):
-        wait_until(self.is_hidden, "a hidden Launcher", limit)
+        wait_until(lambda: self._runs() and self.is_hidden(), "a hidden Launcher", limit)
 
     def wait_until_back(self, limit=30):
         """The panel is on the screen and has the keyboard, and so is on top."""
-        wait_until(lambda: self.is_active() and not self.is_hidden(), "the panel back and active", limit)
+        wait_until(lambda: self._runs() and self.is_active() and not self.is_hidden(),
+                   "the panel back and active", limit)
 
     # --- the accessibility tree ---
 
-    def _find_application(self):
+    def _runs(self):
+        """True; AssertionError when it has ended."""
         if self.process.poll() is not None:
             raise AssertionError(f"the Launcher ended with status {self.process.returncode}:\n"
                                  + self.standard_error())
+        return True
+
+    def _find_application(self):
+        self._runs()
         desktop = Atspi.get_desktop(0)
         desktop.clear_cache()
         for index in range(desktop.get_child_count()):
@@ -271,9 +277,7 @@ class Launcher:
         application = self.application()
 
         def shown():
-            if self.process.poll() is not None:
-                raise AssertionError("the Launcher has ended:\n" + self.standard_error())
-            return application and self.tool_count()
+            return self._runs() and application and self.tool_count()
 
         return wait_until(shown, "the catalogue in the panel", limit)
 

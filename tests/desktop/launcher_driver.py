@@ -8,6 +8,7 @@ import collections
 import functools
 import os
 import re
+import signal
 import subprocess
 import tempfile
 import time
@@ -70,16 +71,84 @@ def below(accessible):
                 yield from below(child)
 
 
-class Launcher:
-    """A running Launcher. `home` is an empty folder made for it unless one is given."""
+def stays(predicate, what, seconds=1):
+    """Asserts that predicate() is true now and for as long as this: a tool's end is told within 250 ms."""
+    deadline = time.monotonic() + seconds
+    while time.monotonic() < deadline:
+        if not predicate():
+            raise AssertionError(f"no longer: {what}")
+        time.sleep(0.05)
 
-    def __init__(self, *arguments, root=SAMPLE_SUITE, home=None):
+
+# --- windows ---
+
+def visible_windows(pid):
+    """The X windows of a process that are on the screen."""
+    def search():
+        # None found is a status of 1, and so is a window that went away while it was being looked at.
+        result = subprocess.run(["xdotool", "search", "--all", "--onlyvisible", "--pid", str(pid), "--name",
+                                 "."], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, timeout=30,
+                                check=False)
+        return [result.stdout.split()] if not result.stderr else None
+
+    return wait_until(search, "a look at the windows")[0]
+
+
+def active_process():
+    """The process whose window has the keyboard; None when there is none."""
+    result = subprocess.run(["xdotool", "getactivewindow", "getwindowpid"], stdout=subprocess.PIPE,
+                            stderr=subprocess.DEVNULL, text=True, timeout=30, check=False)
+    return int(result.stdout) if result.returncode == 0 and result.stdout.strip() else None
+
+
+class WindowWatch:
+    """Counts how often a window leaves the screen and comes back, however quickly that goes."""
+
+    def __init__(self, window):
+        self._events = tempfile.NamedTemporaryFile(mode="r")
+        self._seen = ""
+        with open(self._events.name, "w", encoding="utf-8") as output:
+            self._process = subprocess.Popen(
+                ["stdbuf", "-oL", "xev", "-id", window, "-event", "structure", "-event", "property"],
+                stdout=output, stderr=subprocess.DEVNULL)
+
+        def listens():
+            # It is made to hear of a change that means nothing.
+            subprocess.run(["xprop", "-id", window, "-f", "WATCHED", "8s", "-set", "WATCHED", "yes"],
+                           timeout=30, check=True)
+            return self._count("WATCHED")
+
+        wait_until(listens, "word from a watched window")
+
+    def _count(self, text):
+        self._seen += self._events.read()
+        return self._seen.count(text)
+
+    def times_gone(self):
+        return self._count("\nUnmapNotify event")
+
+    def times_back(self):
+        return self._count("\nMapNotify event")
+
+    def end(self):
+        self._process.kill()
+        self._process.wait()
+        self._events.close()
+
+
+class Launcher:
+    """A running Launcher. `home` is an empty folder made for it unless one is given. `environment` adds
+    variables, or takes those away whose value is None."""
+
+    def __init__(self, *arguments, root=SAMPLE_SUITE, home=None, environment=None, pass_fds=()):
         self.root = root
         self.home = home or tempfile.mkdtemp(prefix="home-", dir=os.environ["HOME"])
         self._errors = tempfile.TemporaryFile()
+        variables = {**os.environ, "HOME": self.home, "VANTOREL_ROOT": root, **(environment or {})}
         self.process = subprocess.Popen([PROGRAM, *arguments], stdin=subprocess.DEVNULL,
-                                        stdout=subprocess.DEVNULL, stderr=self._errors,
-                                        env={**os.environ, "HOME": self.home, "VANTOREL_ROOT": root})
+                                        stdout=subprocess.DEVNULL, stderr=self._errors, pass_fds=pass_fds,
+                                        env={name: value for name, value in variables.items()
+                                             if value is not None})
         self._application = None
 
     # --- the process ---
@@ -98,6 +167,7 @@ class Launcher:
     def end(self):
         """Ends it if it still runs."""
         if self.process.poll() is None:
+            self.process.send_signal(signal.SIGCONT)  # a test may have stopped it
             self.process.terminate()
             try:
                 self.process.wait(timeout=5)
@@ -106,12 +176,59 @@ class Launcher:
                 self.process.wait()
         self._errors.close()
 
+    def _status(self, task, field):
+        """A number from the status of one of its threads."""
+        with open(f"/proc/{self.process.pid}/task/{task}/status", encoding="ascii") as file:
+            return int(re.search(rf"^{field}:\s+(\d+)", file.read(), re.MULTILINE).group(1))
+
+    def threads(self):
+        return os.listdir(f"/proc/{self.process.pid}/task")
+
+    def wake_ups(self):
+        """How often its threads have gone to sleep until now."""
+        return sum(self._status(task, "voluntary_ctxt_switches") for task in self.threads())
+
+    def descriptors(self):
+        return os.listdir(f"/proc/{self.process.pid}/fd")
+
+    def zombies(self):
+        """Its children that have ended and that it has not taken notice of."""
+        found = []
+        for task in self.threads():
+            with open(f"/proc/{self.process.pid}/task/{task}/children", encoding="ascii") as file:
+                for child in file.read().split():
+                    with open(f"/proc/{child}/stat", encoding="utf-8", errors="replace") as state:
+                        if state.read().rpartition(")")[2].split()[0] == "Z":
+                            found.append(child)
+        return found
+
+    # --- where its panel is ---
+
+    def is_hidden(self):
+        return not visible_windows(self.process.pid)
+
+    def is_active(self):
+        return active_process() == self.process.pid
+
+    def wait_until_hidden(self, limit=30):
+        wait_until(lambda: self._runs() and self.is_hidden(), "a hidden Launcher", limit)
+
+    def wait_until_back(self, limit=30):
+        """The panel is on the screen and has the keyboard, and so is on top."""
+        wait_until(lambda: self._runs() and self.is_active() and not self.is_hidden(),
+                   "the panel back and active", limit)
+
     # --- the accessibility tree ---
 
-    def _find_application(self):
+    def _runs(self):
+        """True; AssertionError when it has ended."""
         if self.process.poll() is not None:
             raise AssertionError(f"the Launcher ended with status {self.process.returncode}:\n"
                                  + self.standard_error())
+        return True
+
+    def _find_application(self):
+        self._runs()
         desktop = Atspi.get_desktop(0)
         desktop.clear_cache()
         for index in range(desktop.get_child_count()):
@@ -160,9 +277,7 @@ class Launcher:
         application = self.application()
 
         def shown():
-            if self.process.poll() is not None:
-                raise AssertionError("the Launcher has ended:\n" + self.standard_error())
-            return application and self.tool_count()
+            return self._runs() and application and self.tool_count()
 
         return wait_until(shown, "the catalogue in the panel", limit)
 
@@ -181,6 +296,15 @@ class Launcher:
 
     def titles(self):
         return [row.title for row in self.rows()]
+
+    def row_of(self, title):
+        return self.titles().index(title)
+
+    def select(self, title):
+        self.click_row(self.row_of(title))
+
+    def double_click(self, title):
+        self.click_row(self.row_of(title), times=2)
 
     # --- menus ---
 

@@ -2,6 +2,9 @@
 
 #include "Workspace.h"
 
+#include <algorithm>
+#include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <utility>
 
@@ -42,10 +45,26 @@ public:
         std::lock_guard lock(mutex_);
         return events_;
     }
-    void note(std::string event) {
-        std::lock_guard lock(mutex_);
-        events_.push_back(std::move(event));
+    void note(const std::string& event) {
+        {
+            std::lock_guard lock(mutex_);
+            events_.push_back(event);
+        }
+        changed_.notify_all();
+        if (onEvent) {
+            onEvent(event);
+        }
     }
+    // Returns once the event has happened this often.
+    void waitFor(const std::string& event, int times = 1) {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [&] { return std::ranges::count(events_, event) >= times; });
+    }
+
+    // Runs on the calling thread after an event has been noted; may throw as a service would, but not when
+    // a termination is released. Set it before other threads use the workspace.
+    std::function<void(const std::string& event)> onEvent;
+
     std::vector<std::pair<std::string, std::string>> revealed() const {
         std::lock_guard lock(mutex_);
         return revealed_;
@@ -53,6 +72,7 @@ public:
 
 private:
     mutable std::mutex mutex_;
+    std::condition_variable changed_;
     std::vector<std::pair<std::string, std::string>> revealed_;
     std::vector<std::string> events_;
 };

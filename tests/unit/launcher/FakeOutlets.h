@@ -50,6 +50,9 @@ struct FakeMenu : outlet::Menu {
     }
     outlet::MenuItem& addItem(const std::string& title, std::optional<std::string> path) override {
         expectMainThread();
+        if (onAddItem) {
+            onAddItem(title);
+        }
         return *items.emplace_back(std::make_unique<FakeMenuItem>(title, 0, std::move(path)));
     }
 
@@ -74,6 +77,7 @@ struct FakeMenu : outlet::Menu {
     }
 
     std::vector<std::unique_ptr<FakeMenuItem>> items;
+    std::function<void(const std::string& title)> onAddItem; // may throw
 };
 
 // Moves its alpha value when the test says so.
@@ -82,21 +86,21 @@ struct FakeWindow : outlet::Window {
     void orderFront() override {
         expectMainThread();
         visible = true;
-        events.emplace_back("front");
+        happened("front");
     }
     void orderBack() override {
         expectMainThread();
-        events.emplace_back("back");
+        happened("back");
     }
     void makeKeyAndOrderFront() override {
         expectMainThread();
         visible = true;
-        events.emplace_back("key");
+        happened("key");
     }
     void close() override {
         expectMainThread();
         visible = false;
-        events.emplace_back("close");
+        happened("close");
     }
     double alphaValue() const override { return alpha; }
     void setAlphaValue(double value) override { alpha = value; }
@@ -117,6 +121,15 @@ struct FakeWindow : outlet::Window {
     std::optional<double> target; // of the animation under way
     std::function<void()> delegate;
     std::vector<std::string> events;
+    std::function<void(const std::string& event)> onEvent; // may throw
+
+private:
+    void happened(const std::string& event) {
+        events.push_back(event);
+        if (onEvent) {
+            onEvent(event);
+        }
+    }
 };
 
 struct FakeTable : outlet::TableView {

@@ -1,7 +1,4 @@
-#include "AppController.h"
-
-#include "Exception.h"
-#include "FakeOutlets.h"
+#include "ControllerFixture.h"
 #include "ToolTree.h"
 #include "VTLog.h"
 
@@ -22,20 +19,8 @@ platform::PropertyList::Array texts(std::initializer_list<const char*> values) {
     return platform::PropertyList::Array(values.begin(), values.end());
 }
 
-class View : public testing::Test {
+class View : public ControllerTest {
 protected:
-    View() {
-        sortMenu.add("by name", AppController::kSortByName);
-        sortMenu.add("by group", AppController::kSortByGroup);
-    }
-    ~View() override { EXPECT_TRUE(controller->threads().finish(std::chrono::minutes(1))); }
-
-    // Starts the controller and waits for its first rebuild.
-    void awake() {
-        controller->awakeFromNib(
-            {.tableView = &table, .spinner = &spinner, .hideMenu = &hideMenu, .sortMenu = &sortMenu});
-        waitForRebuild();
-    }
     void waitForRebuild() { spinner.waitUntilStopped(++rebuilds); }
 
     std::vector<std::string> shown() const {
@@ -55,13 +40,6 @@ protected:
         controller->willDisplayCell(displayed, column, row);
         return displayed;
     }
-
-    FakeTable table;
-    FakeSpinner spinner;
-    FakeMenu hideMenu;
-    FakeMenu sortMenu;
-    int rebuilds = 0;
-    std::shared_ptr<AppController> controller = AppController::init();
 };
 
 } // namespace
@@ -72,7 +50,7 @@ TEST_F(View, IsEmptyUntilTheFirstRebuildEnds) {
     EXPECT_EQ(controller->numberOfRows(), 0U);
     awake();
     EXPECT_EQ(controller->numberOfRows(), 1U);
-    EXPECT_EQ(table.reloads, 1);
+    EXPECT_EQ(table.reloads, 2); // when it is shown, and when the rebuild ends
     EXPECT_EQ(spinner.started(), 1);
 }
 
@@ -334,7 +312,7 @@ TEST_F(View, RedrawsWithoutScanning) {
     awake();
     addTool("2.app", "B");
     controller->reloadDataAction();
-    EXPECT_EQ(table.reloads, 2);
+    EXPECT_EQ(table.reloads, 3);
     EXPECT_EQ(spinner.started(), 1);
     EXPECT_THAT(shown(), ElementsAre("A"));
 }
@@ -346,23 +324,18 @@ TEST_F(View, AMissingApplicationsFolderEmptiesTheList) {
     controller->startRebuild();
     waitForRebuild();
     EXPECT_THAT(shown(), IsEmpty());
-    EXPECT_EQ(table.reloads, 2);
+    EXPECT_EQ(table.reloads, 3);
     EXPECT_THAT(sandbox::console().lines(), SizeIs(1));
 }
 
 TEST_F(View, AnExceptionKeepsTheListAndStopsTheSpinner) {
-    struct FailingMenu : FakeMenu {
-        outlet::MenuItem& addItem(const std::string& title) override {
-            if (title == "Broken") {
-                throw platform::Exception("NSMenuException", "no more items");
-            }
-            return FakeMenu::addItem(title);
+    hideMenu.onAddItem = [](const std::string& title) {
+        if (title == "Broken") {
+            throw platform::Exception("NSMenuException", "no more items");
         }
-    } menu;
+    };
     addTool("1.app", "A", "Fine");
-    controller->awakeFromNib(
-        {.tableView = &table, .spinner = &spinner, .hideMenu = &menu, .sortMenu = &sortMenu});
-    waitForRebuild();
+    awake();
     addTool("2.app", "B", "Broken");
     testing::internal::CaptureStdout();
     controller->startRebuild();
@@ -370,22 +343,7 @@ TEST_F(View, AnExceptionKeepsTheListAndStopsTheSpinner) {
     EXPECT_THAT(testing::internal::GetCapturedStdout(),
                 HasSubstr("Exception in -[AppController populateData]. NSMenuException - no more items."));
     EXPECT_THAT(shown(), ElementsAre("A"));
-    EXPECT_EQ(table.reloads, 1);
-}
-
-TEST_F(View, AnExceptionAtTheStartIsLogged) {
-    struct FailingMenu : FakeMenu {
-        outlet::MenuItem& itemAtIndex(std::size_t) override {
-            throw platform::Exception("NSMenuException", "no such item");
-        }
-    } menu;
-    menu.add("by name", AppController::kSortByName);
-    testing::internal::CaptureStdout();
-    controller->awakeFromNib(
-        {.tableView = &table, .spinner = &spinner, .hideMenu = &hideMenu, .sortMenu = &menu});
-    waitForRebuild();
-    EXPECT_THAT(testing::internal::GetCapturedStdout(),
-                HasSubstr("Exception in -[AppController awakeFromNib]. NSMenuException - no such item."));
+    EXPECT_EQ(table.reloads, 2);
 }
 
 TEST_F(View, StartsALogOfItsOwn) {

@@ -4,6 +4,7 @@
 
 using platform::isPackageName;
 using platform::lastPathComponent;
+using platform::nameWithoutExtension;
 using platform::pathExtension;
 
 TEST(Package, ExtensionIsWhatFollowsTheLastDot) {
@@ -31,6 +32,20 @@ TEST(Package, LastComponentIsWhatFollowsTheLastSlash) {
     EXPECT_EQ(lastPathComponent("/"), "/");
     EXPECT_EQ(lastPathComponent("//"), "/");
     EXPECT_EQ(lastPathComponent(""), "");
+}
+
+TEST(Package, NamesLoseTheirExtensionOnly) {
+    EXPECT_EQ(nameWithoutExtension("/Applications/Purgel.app"), "Purgel");
+    EXPECT_EQ(nameWithoutExtension("/Applications/Purgel.app//"), "Purgel");
+    EXPECT_EQ(nameWithoutExtension("Guide.PDF"), "Guide");
+    EXPECT_EQ(nameWithoutExtension("/Folder.bundle/Tool"), "Tool");
+    EXPECT_EQ(nameWithoutExtension("Tool.2.app"), "Tool.2");
+    EXPECT_EQ(nameWithoutExtension(".hidden"), ".hidden");
+    EXPECT_EQ(nameWithoutExtension(".hidden.pdf"), ".hidden");
+    EXPECT_EQ(nameWithoutExtension("/Folder/.app"), ".app");
+    EXPECT_EQ(nameWithoutExtension("\xFF & Φ.app"), "\xFF & Φ");
+    EXPECT_EQ(nameWithoutExtension("/"), "/");
+    EXPECT_EQ(nameWithoutExtension(""), "");
 }
 
 TEST(Package, KnownTypesArePackagesInAnyCase) {

@@ -17,15 +17,15 @@ namespace platform {
 // What the Launcher asks of the desktop, service by service. The program installs the real ones once,
 // before anything else; a test replaces those it wants for a scope.
 struct Platform {
-    std::shared_ptr<ConsoleLog> consoleLog;
-    std::shared_ptr<FileManager> fileManager;
-    std::shared_ptr<Users> users;
-    std::shared_ptr<NotificationCenter> notificationCenter;
-    std::shared_ptr<UserDefaults> userDefaults;
-    std::shared_ptr<MainThread> mainThread;
-    std::shared_ptr<Workspace> workspace;
-    std::shared_ptr<Application> application;
-    std::shared_ptr<AlertPanels> alertPanels;
+    std::shared_ptr<ConsoleLog> consoleLog = nullptr;
+    std::shared_ptr<FileManager> fileManager = nullptr;
+    std::shared_ptr<Users> users = nullptr;
+    std::shared_ptr<NotificationCenter> notificationCenter = nullptr;
+    std::shared_ptr<UserDefaults> userDefaults = nullptr;
+    std::shared_ptr<MainThread> mainThread = nullptr;
+    std::shared_ptr<Workspace> workspace = nullptr;
+    std::shared_ptr<Application> application = nullptr;
+    std::shared_ptr<AlertPanels> alertPanels = nullptr;
 };
 
 // The services in use. They are never destroyed at exit, so that a thread that outlives the main loop

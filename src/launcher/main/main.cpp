@@ -56,11 +56,7 @@ platform::Platform basicServices(const std::shared_ptr<platform::Workspace>& wor
             .fileManager = std::make_shared<platform::LinuxFileManager>(),
             .users = std::make_shared<platform::LinuxUsers>(),
             .notificationCenter = std::make_shared<platform::NotificationCenter>(),
-            .userDefaults = nullptr,
-            .mainThread = nullptr,
-            .workspace = workspace,
-            .application = nullptr,
-            .alertPanels = nullptr};
+            .workspace = workspace};
 }
 
 // Qt ends the process with a core dump when it finds no display; a sentence and a status do as well.

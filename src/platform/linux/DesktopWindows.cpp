@@ -62,25 +62,33 @@ public:
         }
     }
 
-    // The topmost window of each process that has one.
-    std::map<pid_t, xcb_window_t> windows() {
-        std::map<pid_t, xcb_window_t> found;
+    // All that the window manager looks after, from the bottom to the top.
+    std::vector<xcb_window_t> windows() {
+        std::vector<xcb_window_t> found;
         xcb_ewmh_get_windows_reply_t list;
-        if (!xcb_ewmh_get_client_list_stacking_reply(
+        if (xcb_ewmh_get_client_list_stacking_reply(
                 &hints_, xcb_ewmh_get_client_list_stacking(&hints_, screen_), &list, nullptr)) {
-            return found;
+            found.assign(list.windows, list.windows + list.windows_len);
+            xcb_ewmh_get_windows_reply_wipe(&list);
         }
+        return found;
+    }
+
+    // The topmost window of each process that has one.
+    std::map<pid_t, xcb_window_t> windowsByProcess() {
+        const auto all = windows();
         std::vector<xcb_get_property_cookie_t> asked;
-        for (std::uint32_t i = 0; i < list.windows_len; ++i) {
-            asked.push_back(xcb_ewmh_get_wm_pid(&hints_, list.windows[i]));
+        asked.reserve(all.size());
+        for (auto window : all) {
+            asked.push_back(xcb_ewmh_get_wm_pid(&hints_, window));
         }
-        for (std::uint32_t i = 0; i < list.windows_len; ++i) { // from the bottom to the top
+        std::map<pid_t, xcb_window_t> found;
+        for (std::size_t i = 0; i < all.size(); ++i) {
             std::uint32_t process = 0;
             if (xcb_ewmh_get_wm_pid_reply(&hints_, asked[i], &process, nullptr)) {
-                found[static_cast<pid_t>(process)] = list.windows[i];
+                found[static_cast<pid_t>(process)] = all[i];
             }
         }
-        xcb_ewmh_get_windows_reply_wipe(&list);
         return found;
     }
 
@@ -105,41 +113,60 @@ private:
     bool hasHints_ = false;
 };
 
-} // namespace
-
-bool activateWindow(const std::function<std::vector<pid_t>()>& processes, std::chrono::milliseconds limit,
-                    const std::stop_token& stop) {
+// Calls `look` now, whenever the windows have changed and every now and then, until it returns true, the time
+// is up or `stop` asks to give up. Not at all without a window manager.
+void watchWindows(std::chrono::milliseconds limit, const std::stop_token& stop,
+                  const std::function<bool(WindowManager&)>& look) {
     const auto deadline = Clock::now() + limit;
     WindowManager manager;
     if (!manager.isThere()) {
-        return false;
+        return;
     }
     FileDescriptor stopped(::eventfd(0, EFD_CLOEXEC));
     std::stop_callback wakeOnStop(stop, [&stopped] { ::eventfd_write(stopped.get(), 1); });
     manager.watchWindows();
     while (!stop.stop_requested() && manager.isConnected()) {
         manager.discardEvents();
-        const auto alive = processes();
-        if (alive.empty()) {
-            return false;
-        }
-        const auto windows = manager.windows();
-        for (auto process : alive) {
-            if (auto window = windows.find(process); window != windows.end()) {
-                manager.activate(window->second);
-                return true;
-            }
+        if (look(manager)) {
+            return;
         }
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
         if (left.count() <= 0) {
-            return false;
+            return;
         }
         std::array<pollfd, 2> descriptors{{{.fd = manager.descriptor(), .events = POLLIN, .revents = 0},
                                            {.fd = stopped.get(), .events = POLLIN, .revents = 0}}};
         ::poll(descriptors.data(), descriptors.size(),
                static_cast<int>(std::min(left, kLookInterval).count()));
     }
-    return false;
+}
+
+} // namespace
+
+bool activateWindow(const std::function<std::vector<pid_t>()>& processes, std::chrono::milliseconds limit,
+                    const std::stop_token& stop) {
+    bool activated = false;
+    watchWindows(limit, stop, [&](WindowManager& manager) {
+        const auto alive = processes();
+        const auto windows = manager.windowsByProcess();
+        for (auto process : alive) {
+            if (auto window = windows.find(process); window != windows.end()) {
+                manager.activate(window->second);
+                activated = true;
+                return true;
+            }
+        }
+        return alive.empty();
+    });
+    return activated;
+}
+
+void waitUntilWithdrawn(const std::vector<std::uint32_t>& windows, std::chrono::milliseconds limit) {
+    watchWindows(limit, {}, [&](WindowManager& manager) {
+        const auto present = manager.windows();
+        return std::ranges::none_of(
+            windows, [&](auto window) { return std::ranges::find(present, window) != present.end(); });
+    });
 }
 
 } // namespace platform

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <stop_token>
 #include <sys/types.h>
@@ -15,5 +16,9 @@ namespace platform {
 // found. Any thread that may wait.
 bool activateWindow(const std::function<std::vector<pid_t>()>& processes, std::chrono::milliseconds limit,
                     const std::stop_token& stop);
+
+// Waits until the window manager has let go of these windows, which have been hidden: one that is shown again
+// before that may be lost on the way (Inter-Client Communication Conventions, 4.1.4). Otherwise the same.
+void waitUntilWithdrawn(const std::vector<std::uint32_t>& windows, std::chrono::milliseconds limit);
 
 } // namespace platform

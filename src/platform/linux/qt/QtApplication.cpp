@@ -1,6 +1,7 @@
 #include "QtApplication.h"
 
 #include "Platform.h"
+#include "Threads.h"
 #include "linux/DesktopWindows.h"
 
 #include <QGuiApplication>
@@ -45,11 +46,15 @@ bool fillsScreen(Qt::WindowStates states) {
     return states.testAnyFlags(Qt::WindowMaximized | Qt::WindowFullScreen);
 }
 
+bool isOnX() {
+    return QGuiApplication::platformName() == QLatin1String("xcb");
+}
+
 // A window manager may not give a program that had nothing to do with the user lately what it asks for in its
 // own name. The windows have to be on the screen for this, and that is waited for elsewhere.
 void comeForward() {
     static constexpr std::chrono::seconds kPatience{2};
-    if (QGuiApplication::platformName() != QLatin1String("xcb")) {
+    if (!isOnX()) {
         return;
     }
     try {
@@ -72,7 +77,8 @@ QtApplication::~QtApplication() {
 }
 
 void QtApplication::hide() {
-    onMainThread([this] {
+    std::vector<std::uint32_t> withdrawn;
+    onMainThread([this, &withdrawn] {
         if (hidden_) {
             return;
         }
@@ -81,12 +87,29 @@ void QtApplication::hide() {
             windows_.push_back({window, window->windowStates(), window->framePosition(), {}});
         }
         if (canBeBroughtBack_()) {
+            withdrawn = identifiersOnX(windows_);
             hideWindows();
         } else {
             minimiseWindows();
         }
         setHidden(true);
     });
+    // The program may be asked back at once.
+    constexpr std::chrono::milliseconds kPatience{500};
+    if (!withdrawn.empty() && !isMainThread()) {
+        waitUntilWithdrawn(withdrawn, kPatience);
+    }
+}
+
+// As the X display knows the windows; none on other displays.
+std::vector<std::uint32_t> QtApplication::identifiersOnX(const std::vector<HiddenWindow>& windows) {
+    std::vector<std::uint32_t> identifiers;
+    if (isOnX()) {
+        for (const auto& hidden : windows) {
+            identifiers.push_back(static_cast<std::uint32_t>(hidden.window->winId()));
+        }
+    }
+    return identifiers;
 }
 
 void QtApplication::hideWindows() {

@@ -5,6 +5,7 @@
 #include <QPointer>
 #include <QWindow>
 #include <atomic>
+#include <cstdint>
 #include <functional>
 #include <vector>
 
@@ -38,6 +39,7 @@ private:
         QMetaObject::Connection restored; // to what happens when the user restores it, if it is minimised
     };
 
+    static std::vector<std::uint32_t> identifiersOnX(const std::vector<HiddenWindow>& windows);
     void hideWindows();
     void minimiseWindows();
     static void putBack(const HiddenWindow& hidden);

@@ -9,8 +9,9 @@ import unittest
 
 from gi.repository import Gio, GLib
 
-from launcher_driver import DesktopTest, active_process, stays, visible_windows, wait_until, xdotool
+from launcher_driver import DesktopTest
 from tool_root import ToolRoot
+from windows import active_process, stays, visible_windows, wait_until, xdotool
 
 NAME = "com.vantorel.Launcher"
 OBJECT = "/com/vantorel/Launcher"

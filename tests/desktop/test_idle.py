@@ -2,8 +2,9 @@
 
 import unittest
 
-from launcher_driver import DesktopTest, wait_until, xdotool
+from launcher_driver import DesktopTest
 from tool_root import ToolRoot
+from windows import wait_until, xdotool
 
 QUICK = """#!/bin/sh
 echo $$ >>"$NOTES/starts"

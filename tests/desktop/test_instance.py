@@ -9,8 +9,9 @@ import unittest
 
 from gi.repository import Gio, GLib
 
-from launcher_driver import DesktopTest, active_process, stays, visible_windows, wait_until, xdotool
+from launcher_driver import DesktopTest
 from tool_root import ToolRoot
+from windows import active_process, stays, visible_windows, wait_until, xdotool
 
 NAME = "com.vantorel.Launcher"
 OBJECT = "/com/vantorel/Launcher"
@@ -127,6 +128,37 @@ class InstanceTest(DesktopTest):
                 self.call(method, arguments)
         stays(launcher.is_hidden, "the Launcher hidden")
         self.assertIsNone(launcher.process.poll())
+
+    # --- another display ---
+
+    def other_display(self):
+        """A display beside the session's, and the server's process."""
+        reading, writing = os.pipe()
+        server = subprocess.Popen(["Xvfb", "-displayfd", str(writing), "-screen", "0", "640x480x24",
+                                   "-nolisten", "tcp", "-noreset"], pass_fds=[writing],
+                                  stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        os.close(writing)
+        self.addCleanup(server.wait)
+        self.addCleanup(server.terminate)
+        with open(reading, encoding="ascii") as announcement:
+            return ":" + announcement.readline().strip(), server
+
+    def test_a_copy_on_another_display_runs_beside_the_first_and_ends_with_its_display(self):
+        first = self.open_panel()
+        display, server = self.other_display()
+        place = {"root": str(ToolRoot(self).folder), "environment": {"DISPLAY": display}}
+        other = self.launch(**place)  # with a log of its own
+        other.wait_for_catalogue()
+        again = self.launch(**place)
+        self.assertEqual(again.wait_for_exit(limit=5), 0)
+        self.assertIsNone(first.process.poll())
+
+        server.terminate()
+        self.assertEqual(other.wait_for_exit(), 0, other.standard_error())
+        self.assertIn("Running in", "".join(self.logs(other).values()))  # what it had to say is written
+        self.assertIsNone(first.process.poll())
+        first.press("ctrl+q")
+        self.assertEqual(first.wait_for_exit(), 0)
 
     # --- without a session bus ---
 

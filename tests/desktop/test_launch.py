@@ -4,9 +4,9 @@ import os
 import shutil
 import unittest
 
-from launcher_driver import (DesktopTest, WindowWatch, active_process, stays, visible_windows, wait_until,
-                             xdotool)
+from launcher_driver import DesktopTest
 from tool_root import ToolRoot
+from windows import WindowWatch, active_process, stays, visible_windows, wait_until, xdotool
 
 # Scripts; see tool_root.Tool.
 SLOW = """#!/bin/sh

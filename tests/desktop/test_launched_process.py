@@ -5,8 +5,9 @@ import re
 import signal
 import unittest
 
-from launcher_driver import DesktopTest, stays, wait_until
+from launcher_driver import DesktopTest
 from tool_root import ToolRoot
+from windows import stays, wait_until
 
 # Writes down how it finds itself, and then waits to be ended.
 REPORTS = """#!/bin/sh

@@ -2,8 +2,9 @@
 
 import unittest
 
-from launcher_driver import DesktopTest, WindowWatch, wait_until, xdotool
+from launcher_driver import DesktopTest
 from tool_root import ToolRoot
+from windows import WindowWatch, wait_until, xdotool
 
 LAUNCHES = 200
 

@@ -8,7 +8,8 @@ import signal
 import subprocess
 import tempfile
 
-from launcher_driver import SAMPLE_SUITE, wait_until
+from launcher_driver import SAMPLE_SUITE
+from windows import wait_until
 
 SAMPLE_TOOL = pathlib.Path(SAMPLE_SUITE, "Applications/Kelvandor/Ferrulet.app/Contents/MacOS/Ferrulet")
 

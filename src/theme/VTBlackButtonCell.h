@@ -1,20 +1,36 @@
 #pragma once
 
+#include "ButtonCell.h"
 #include "Colour.h"
 #include "Gradient.h"
 #include "Shadow.h"
 
 #include <array>
 
-// The dark push button. So far its palette: every colour, gradient, shadow and transparency that the dark
-// controls draw with. Each call makes a new value and nothing is cached. Entries that depend on a
-// transparency ask alphaValue() or disabledAlphaValue() each time, so a subclass that overrides one of
-// these changes every entry that uses it.
+class QPainterPath;
+
+// The dark push button: a capsule with a gradient from top to bottom, a thin light line around it and a
+// soft shadow below. Its fields are those of every button cell; what it draws with comes from its palette.
 //
-// Constants have single precision, widened to double.
-class VTBlackButtonCell {
+// Every operation of the palette makes a new value and nothing is cached. Entries that depend on a
+// transparency ask alphaValue() or disabledAlphaValue() each time, so a subclass that overrides one of
+// these changes every entry that uses it. Constants of the palette have single precision, widened to
+// double.
+class VTBlackButtonCell : public ButtonCell {
 public:
-    virtual ~VTBlackButtonCell() = default;
+    // Draws the whole button: from the frame's top left corner, as wide as the frame and as high as the
+    // natural size, however high the frame is.
+    void drawWithFrame(const QRectF& frame, QPainter& painter) const;
+
+    // Draws the bezel, the title and the image of a button that fills this frame.
+    void drawRoundRectButtonInFrame(const QRectF& frame, QPainter& painter) const;
+
+    // Draws the title, or the alternate one where the masks and the state ask for it, in the colour of the
+    // theme. Returns the rectangle that titles are drawn in, also when there is nothing to draw.
+    QRectF drawTitle(const AttributedTitle& title, const QRectF& frame, QPainter& painter) const override;
+
+    // The outline of a button that fills this frame; its lines run along the middle of it.
+    QPainterPath capsule(const QRectF& frame) const;
 
     // Sliders.
     virtual theme::Colour sliderTrackColor() const;
@@ -74,4 +90,9 @@ public:
     virtual double alphaValue() const;
     virtual double disabledAlphaValue() const;
     virtual theme::Shadow focusRing() const;
+
+private:
+    // The frame without the room for lines and shadow.
+    QRectF insetFrame(const QRectF& frame) const;
+    theme::Gradient faceGradient() const;
 };

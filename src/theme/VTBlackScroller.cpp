@@ -1,7 +1,79 @@
 #include "VTBlackScroller.h"
 
+#include "DarkScrollerStyle.h"
+
+#include <QAbstractScrollArea>
+#include <QApplication>
+#include <QEvent>
+#include <utility>
+
 using theme::Colour;
 using theme::Gradient;
+
+static constexpr const char* kArrowsTogether = "DoubleMax";
+
+static VTBlackScroller::ArrowPositionSource& arrowPositionSource() {
+    static VTBlackScroller::ArrowPositionSource source;
+    return source;
+}
+
+VTBlackScroller::VTBlackScroller(QWidget* parent) : VTBlackScroller(Qt::Vertical, parent) {}
+
+VTBlackScroller::VTBlackScroller(Qt::Orientation orientation, QWidget* parent)
+    : QScrollBar(orientation, parent), horizontal_(orientation == Qt::Horizontal) {
+    setStyle(new DarkScrollerStyle(*this));
+    setAttribute(Qt::WA_OpaquePaintEvent, false); // what lies behind shows through
+    readArrowPosition();
+}
+
+void VTBlackScroller::setArrowPositionSource(ArrowPositionSource source) {
+    arrowPositionSource() = std::move(source);
+}
+
+void VTBlackScroller::readArrowPosition() {
+    const ArrowPositionSource& source = arrowPositionSource();
+    arrowPosition_ = (source ? source() : std::nullopt).value_or(kArrowsTogether);
+}
+
+bool VTBlackScroller::hasArrowsTogether() const {
+    return arrowPosition_ == kArrowsTogether;
+}
+
+ScrollerLayout VTBlackScroller::partLayout() const {
+    return {size(), hasArrowsTogether(), minimum(), maximum(), pageStep(), sliderPosition()};
+}
+
+bool VTBlackScroller::isMirrored() const {
+    const bool fromTheRight = partLayout().isHorizontal() && isRightToLeft();
+    return fromTheRight != invertedAppearance();
+}
+
+QRect VTBlackScroller::rectForPart(Part part) const {
+    const ScrollerLayout layout = partLayout();
+    const bool isArrow = part == Part::DecrementLine || part == Part::IncrementLine;
+    const UsableParts usable = layout.usableParts();
+    if (usable == UsableParts::None || (usable == UsableParts::OnlyArrows && !isArrow))
+        return {};
+    QRect rectangle = layout.rectForPart(part);
+    if (isMirrored()) {
+        if (layout.isHorizontal())
+            rectangle.moveRight(width() - 1 - rectangle.left());
+        else
+            rectangle.moveBottom(height() - 1 - rectangle.top());
+    }
+    return rectangle;
+}
+
+void VTBlackScroller::changeEvent(QEvent* event) {
+    QScrollBar::changeEvent(event);
+    // A scroll area asks again how thick its bars are only when it is told to.
+    if (event->type() == QEvent::FontChange)
+        for (QWidget* ancestor = parentWidget(); ancestor; ancestor = ancestor->parentWidget())
+            if (qobject_cast<QAbstractScrollArea*>(ancestor)) {
+                QCoreApplication::postEvent(ancestor, new QEvent(QEvent::LayoutRequest));
+                break;
+            }
+}
 
 double VTBlackScroller::scrollerAlphaValue() const {
     return 0.5f;

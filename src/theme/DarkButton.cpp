@@ -5,7 +5,6 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QStyle>
-#include <QWindow>
 
 namespace {
 
@@ -16,10 +15,10 @@ public:
     theme::Gradient pushedGradient() const override { return VTBlackButtonCell::normalGradient(); }
 };
 
-// What the control has around the cell's frame, so that there are three pixels on every side of the
-// capsule's line.
+// What the control has around the cell's frame, so that there are four pixels on every side of the
+// capsule's line, where the focus ring fades.
 QMargins margins(ButtonCell::ControlSize size) {
-    return size == ButtonCell::ControlSize::Mini ? QMargins(2, 2, 2, 0) : QMargins(2, 3, 2, 1);
+    return size == ButtonCell::ControlSize::Mini ? QMargins(3, 3, 3, 1) : QMargins(3, 4, 3, 2);
 }
 
 } // namespace
@@ -78,7 +77,7 @@ void DarkButton::drawFocusRing(const VTBlackButtonCell& cell, const QRectF& fram
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setClipPath(outside.subtracted(capsule)); // the face is translucent
-    const QPen edge(Qt::black, 3);
+    const QPen edge(Qt::black, 2);
     cell.focusRing().draw(painter, rect(), [&](QPainter& caster) {
         caster.fillPath(capsule, Qt::black);
         caster.strokePath(capsule, edge);

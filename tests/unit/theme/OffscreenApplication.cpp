@@ -4,7 +4,9 @@
 
 #include <QApplication>
 #include <QWidget>
+#include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <memory>
@@ -71,6 +73,18 @@ QImage picture(QWidget& widget, const QColor& background) {
         painter.fillRect(QRect(QPoint(), widget.size()), background);
         widget.render(&painter, {}, {}, QWidget::DrawChildren);
     });
+}
+
+int largestDifference(const QImage& one, const QImage& other) {
+    if (one.size() != other.size())
+        return 256;
+    const QImage left = one.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    const QImage right = other.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    int largest = 0;
+    for (int y = 0; y < left.height(); ++y)
+        for (int byte = 0; byte < 4 * left.width(); ++byte)
+            largest = std::max(largest, std::abs(left.constScanLine(y)[byte] - right.constScanLine(y)[byte]));
+    return largest;
 }
 
 void settle() {

@@ -14,6 +14,10 @@ QImage picture(const QSize& logicalSize, double scale, const std::function<void(
 // What is seen of a widget and its children over this background.
 QImage picture(QWidget& widget, const QColor& background);
 
+// By how much the two most different values of a colour component, premultiplied with alpha, are apart: 0
+// for equal pictures. Pictures of different sizes are 256 apart.
+int largestDifference(const QImage& one, const QImage& other);
+
 // Lets queued events happen.
 void settle();
 

@@ -77,7 +77,7 @@ void DarkButton::drawFocusRing(const VTBlackButtonCell& cell, const QRectF& fram
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setClipPath(outside.subtracted(capsule)); // the face is translucent
-    const QPen edge(Qt::black, 2);
+    const QPen edge(Qt::black, 3);
     cell.focusRing().draw(painter, rect(), [&](QPainter& caster) {
         caster.fillPath(capsule, Qt::black);
         caster.strokePath(capsule, edge);

@@ -5,6 +5,8 @@
 #include "VTBlackButtonCell.h"
 
 #include <QPainterPath>
+#include <algorithm>
+#include <cmath>
 #include <gtest/gtest.h>
 #include <vector>
 
@@ -111,6 +113,15 @@ TEST(VTBlackButtonCellDrawingTest, TheCapsuleOfEverySizeHasItsBox) {
     EXPECT_EQ(cell.capsule({0, 0, 100, 20}).boundingRect(), QRectF(1.5, 1.5, 97, 15));
     cell.controlSize = ControlSize::Large;
     EXPECT_EQ(cell.capsule({4, 3, 100, 20}).boundingRect(), QRectF(5.5, 3.5, 97, 20));
+}
+
+TEST(VTBlackButtonCellDrawingTest, TheCapsulesEndsAreHalfCircles) {
+    const QPainterPath path = VTBlackButtonCell().capsule({0, 0, 100, 22});
+    for (double percent = 0; percent <= 1; percent += 0.01) {
+        const QPointF point = path.pointAtPercent(percent);
+        const QPointF centre(std::clamp(point.x(), 11.0, 89.0), 10);
+        EXPECT_NEAR(std::hypot(point.x() - centre.x(), point.y() - centre.y()), 9.5, 0.01) << percent;
+    }
 }
 
 TEST(VTBlackButtonCellDrawingTest, EverySizeInEveryStateAtEveryScale) {

@@ -42,7 +42,6 @@ void VTBlackScroller::drawRect(QPainter& painter, Part hitPart) {
     usableParts_ = layout.usableParts();
 
     painter.save();
-    painter.setRenderHint(QPainter::Antialiasing);
     if (isMirrored()) {
         painter.translate(horizontal_ ? width() : 0, horizontal_ ? 0 : height());
         painter.scale(horizontal_ ? -1 : 1, horizontal_ ? 1 : -1);
@@ -65,9 +64,9 @@ void VTBlackScroller::drawKnobSlotInRect(const QRectF& rectangle, bool /*highlig
         drawCap(rectangle, painter);
 }
 
-// The near end of the track, with the knob's end of the slot hollowed out. The arcs do not start from the
-// rectangle's origin along the bar, nor a vertical one's across it: the rectangle is the whole bar, whose
-// origin is zero.
+// The near end of the track, hollowed out for the round end of the knob. The arcs leave out the
+// rectangle's origin along the bar, and in a vertical bar also across it: the rectangle is the whole bar,
+// whose origin is zero.
 void VTBlackScroller::drawCap(const QRectF& rectangle, QPainter& painter) const {
     constexpr double kLength = 8;
     const double x = rectangle.x();
@@ -93,7 +92,10 @@ void VTBlackScroller::drawCap(const QRectF& rectangle, QPainter& painter) const 
         path.lineTo(x, y + kLength);
     }
     path.closeSubpath();
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
     scrollerArrowNormalGradient().drawInPath(painter, path, 0);
+    painter.restore();
 }
 
 void VTBlackScroller::drawKnob(QPainter& painter) const {
@@ -144,16 +146,15 @@ void VTBlackScroller::drawArrowButton(Part part, bool highlighted, QPainter& pai
     const QPainterPath triangle = polygon(
         {centre + QPointF(0, along), centre + QPointF(across, -along), centre + QPointF(-across, -along)});
 
-    // A line of one point, half a point inside the edge.
-    const QRectF separator(button.left(), flatAtTop ? button.top() : button.bottom() - 1, button.width(), 1);
-    QPainterPath line;
-    line.addRect(separator);
+    // One point wide, its middle half a point inside the edge.
+    QPainterPath separator;
+    separator.addRect(button.left(), flatAtTop ? button.top() : button.bottom() - 1, button.width(), 1);
 
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
     face.drawInPath(painter, inView(shape), acrossAngle());
     painter.fillPath(inView(triangle), arrowStroke().toQColor());
-    painter.fillPath(inView(line), scrollerStroke().toQColor());
+    painter.fillPath(inView(separator), scrollerStroke().toQColor());
     painter.restore();
 }
 

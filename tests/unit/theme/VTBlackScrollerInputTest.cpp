@@ -29,7 +29,7 @@ QImage pictureOf(QWidget& widget) {
 } // namespace
 
 class VTBlackScrollerInputTest : public testing::Test {
-protected:
+public:
     VTBlackScrollerInputTest() {
         for (VTBlackScroller* scroller : {&vertical, &horizontal}) {
             scroller->setRange(0, 1000);
@@ -241,7 +241,7 @@ TEST_F(VTBlackScrollerInputTest, IsAsThickAsTheFontAsksAndLongEnoughForAllParts)
 }
 
 class VTBlackScrollerInTableTest : public testing::Test {
-protected:
+public:
     VTBlackScrollerInTableTest() : model(100, 2), scroller(new VTBlackScroller) {
         table.setVerticalScrollBar(scroller);
         table.setModel(&model);

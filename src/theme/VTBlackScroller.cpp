@@ -2,9 +2,6 @@
 
 #include "DarkScrollerStyle.h"
 
-#include <QAbstractScrollArea>
-#include <QApplication>
-#include <QEvent>
 #include <utility>
 
 using theme::Colour;
@@ -62,17 +59,6 @@ QRect VTBlackScroller::rectForPart(Part part) const {
             rectangle.moveBottom(height() - 1 - rectangle.top());
     }
     return rectangle;
-}
-
-void VTBlackScroller::changeEvent(QEvent* event) {
-    QScrollBar::changeEvent(event);
-    // A scroll area asks again how thick its bars are only when it is told to.
-    if (event->type() == QEvent::FontChange)
-        for (QWidget* ancestor = parentWidget(); ancestor; ancestor = ancestor->parentWidget())
-            if (qobject_cast<QAbstractScrollArea*>(ancestor)) {
-                QCoreApplication::postEvent(ancestor, new QEvent(QEvent::LayoutRequest));
-                break;
-            }
 }
 
 double VTBlackScroller::scrollerAlphaValue() const {

@@ -60,9 +60,6 @@ public:
     virtual theme::Gradient scrollerArrowNormalGradient() const;
     virtual theme::Gradient scrollerArrowPushedGradient() const;
 
-protected:
-    void changeEvent(QEvent* event) override;
-
 private:
     void readArrowPosition();
     bool hasArrowsTogether() const;

@@ -48,7 +48,7 @@ void waitFor(const QSignalSpy& clicks) {
 } // namespace
 
 class DarkButtonTest : public testing::Test {
-protected:
+public:
     DarkButtonTest() {
         button.resize(button.sizeHint());
         window.resize(300, 100);

@@ -67,11 +67,11 @@ QImage reference(const QRectF& box, const Face& face, bool shadow, double scale 
 class RecordingCell : public VTBlackButtonCell {
 public:
     QRectF drawTitle(const Title& title, const QRectF& frame, QPainter&) const override {
-        titles.push_back({title.text, frame});
+        titles.emplace_back(title.text, frame);
         return frame;
     }
     void drawImage(const QPixmap& picture, const QRectF& frame, QPainter&) const override {
-        images.push_back({picture.cacheKey(), frame});
+        images.emplace_back(picture.cacheKey(), frame);
     }
     mutable std::vector<std::pair<QString, QRectF>> titles;
     mutable std::vector<std::pair<qint64, QRectF>> images;
@@ -117,8 +117,8 @@ TEST(VTBlackButtonCellDrawingTest, TheCapsuleOfEverySizeHasItsBox) {
 
 TEST(VTBlackButtonCellDrawingTest, TheCapsulesEndsAreHalfCircles) {
     const QPainterPath path = VTBlackButtonCell().capsule({0, 0, 100, 22});
-    for (double percent = 0; percent <= 1; percent += 0.01) {
-        const QPointF point = path.pointAtPercent(percent);
+    for (int percent = 0; percent <= 100; ++percent) {
+        const QPointF point = path.pointAtPercent(percent / 100.0);
         const QPointF centre(std::clamp(point.x(), 11.0, 89.0), 10);
         EXPECT_NEAR(std::hypot(point.x() - centre.x(), point.y() - centre.y()), 9.5, 0.01) << percent;
     }
@@ -126,7 +126,7 @@ TEST(VTBlackButtonCellDrawingTest, TheCapsulesEndsAreHalfCircles) {
 
 TEST(VTBlackButtonCellDrawingTest, EverySizeInEveryStateAtEveryScale) {
     struct Size {
-        ControlSize size;
+        ControlSize size = ControlSize::Regular;
         QRectF frame;
         QRectF box;
     };
@@ -329,14 +329,14 @@ TEST(VTBlackButtonCellDrawingTest, TheAlternateTitleShowsForItsMasks) {
     struct Expectation {
         unsigned showsStateBy;
         unsigned highlightsBy;
-        bool highlighted;
         int state;
+        bool highlighted;
         bool alternate;
     };
     const Expectation expectations[] = {
-        {0, 1, true, 0, true},  {0, 1, true, 1, true},   {0, 1, false, 1, false}, {0, 3, true, 0, false},
-        {1, 1, true, 0, false}, {1, 3, false, 1, true},  {1, 3, true, 1, true},   {1, 3, true, 0, false},
-        {1, 3, true, 2, false}, {1, 1, false, 1, false}, {0, 3, false, 1, false}, {12, 12, true, 1, false},
+        {0, 1, 0, true, true},  {0, 1, 1, true, true},   {0, 1, 1, false, false}, {0, 3, 0, true, false},
+        {1, 1, 0, true, false}, {1, 3, 1, false, true},  {1, 3, 1, true, true},   {1, 3, 0, true, false},
+        {1, 3, 2, true, false}, {1, 1, 1, false, false}, {0, 3, 1, false, false}, {12, 12, 1, true, false},
     };
     Title alternate = titled("Stop");
     alternate.font.setItalic(true);

@@ -44,14 +44,14 @@ QImage expectedImage(const ExpectedScroller& drawing, double scale = 1) {
 } // namespace
 
 class VTBlackScrollerDrawingTest : public testing::Test {
-protected:
+public:
     VTBlackScrollerDrawingTest() {
         VTBlackScroller::setArrowPositionSource([this] {
             ++reads;
             return setting;
         });
     }
-    ~VTBlackScrollerDrawingTest() override { VTBlackScroller::setArrowPositionSource({}); }
+    void TearDown() override { VTBlackScroller::setArrowPositionSource({}); }
 
     static void setUp(VTBlackScroller& scroller, int length) {
         scroller.setRange(0, 100);

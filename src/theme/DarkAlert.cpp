@@ -53,8 +53,7 @@ WrappedLabel* label(const QString& text, const QFont& font, const QColor& colour
 
 } // namespace
 
-DarkAlert::DarkAlert(const QString& title, const QString& message, QWidget* parent)
-    : QDialog(parent, Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint) {
+DarkAlert::DarkAlert(const QString& title, const QString& message, QWidget* parent) : QDialog(parent) {
     const QString shownTitle = withoutMiddle(title, kMostTitleCharacters);
     const QString shownMessage = withoutMiddle(message, kMostMessageCharacters);
     // "[*]" stands for the mark of a changed document unless it is doubled.

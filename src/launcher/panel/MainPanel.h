@@ -6,7 +6,7 @@
 #include <QMainWindow>
 #include <memory>
 
-namespace Ui {
+namespace Ui { // NOLINT(readability-identifier-naming): as Qt names it
 class MainPanel;
 }
 class AppController;

@@ -5,13 +5,13 @@
 
 #include <QMenu>
 
-namespace Ui {
+namespace Ui { // NOLINT(readability-identifier-naming): as Qt names it
 class MainPanel;
 }
 class QMainWindow;
 
 // The panel's menus: connects the actions of its interface file with the controller, the preferences and the
-// program. Both menus' owners, the panel and its interface, must outlive it.
+// program. What it is made with must outlive it.
 class PanelMenus {
 public:
     PanelMenus(QMainWindow& panel, Ui::MainPanel& interface, AppController& controller);

@@ -30,14 +30,12 @@ QPixmap fadedIcon(const QIcon& icon, const QWidget& widget) {
 
 } // namespace
 
-EmptyState::EmptyState(QWidget* parent) : QWidget(parent) {
+EmptyState::EmptyState(QWidget* parent) : QWidget(parent), title_(new QLabel), hint_(new WrappedLabel) {
     auto* icon = new QLabel;
     icon->setPixmap(fadedIcon(window()->windowIcon(), *this));
     icon->setAlignment(Qt::AlignCenter);
-    title_ = new QLabel;
     stylePlainLabel(*title_, InterfaceFont::bold(InterfaceFont::kTitleSize), DarkPalette::bodyTextColor());
     title_->setAlignment(Qt::AlignCenter);
-    hint_ = new WrappedLabel;
     stylePlainLabel(*hint_, InterfaceFont::regular(), DarkPalette::secondaryTextColor());
     hint_->setAlignment(Qt::AlignHCenter);
 

@@ -72,8 +72,9 @@ private:
 };
 
 MainPanel::MainPanel(std::shared_ptr<AppController> controller)
-    : controller_(std::move(controller)), ui_(std::make_unique<Ui::MainPanel>()), window_(*this),
-      windowController_(window_), listAtStart_(controller_->dataArray()) {
+    : controller_(std::move(controller)), ui_(std::make_unique<Ui::MainPanel>()),
+      model_(new CatalogueModel(controller_, this)), window_(*this), windowController_(window_),
+      listAtStart_(controller_->dataArray()) {
     ui_->setupUi(this);
     menus_ = std::make_unique<PanelMenus>(*this, *ui_, *controller_);
     styleLabels();
@@ -110,7 +111,6 @@ void MainPanel::styleLabels() {
 
 void MainPanel::setUpTable() {
     auto* table = ui_->table;
-    model_ = new CatalogueModel(controller_, this);
     auto* icons = new IconCache(controller_->threads(), this);
     table->setModel(model_);
     table->setItemDelegate(

@@ -7,7 +7,7 @@
 #include <QGuiApplication>
 #include <algorithm>
 #include <chrono>
-#include <ranges>
+#include <iterator>
 #include <system_error>
 #include <thread>
 #include <unistd.h>
@@ -113,9 +113,10 @@ std::vector<std::uint32_t> QtApplication::identifiersOnX(const std::vector<Hidde
 }
 
 void QtApplication::hideWindows() {
-    for (const auto& hidden : std::views::reverse(windows_)) {
-        if (hidden.window) { // hiding one may have taken it along
-            hidden.window->setVisible(false);
+    // Dialogs before the windows they belong to.
+    for (auto hidden = windows_.rbegin(); hidden != windows_.rend(); ++hidden) {
+        if (hidden->window) { // hiding one may have taken it along
+            hidden->window->setVisible(false);
         }
     }
 }

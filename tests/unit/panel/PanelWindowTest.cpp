@@ -8,14 +8,13 @@ namespace {
 
 constexpr int kLimit = 30'000; // ms
 
-class PanelWindowTest : public testing::Test {
-protected:
+struct PanelWindowTest : testing::Test {
     // Counts the animations that have come to their end.
     int ended = 0;
     void count(PanelWindow& window) {
         window.setAnimationDelegate([this] { ++ended; });
     }
-    void waitForTheEnd() {
+    void waitForTheEnd() const {
         EXPECT_TRUE(QTest::qWaitFor([this] { return ended > 0; }, kLimit));
         QCoreApplication::processEvents();
         EXPECT_EQ(ended, 1);

@@ -114,11 +114,11 @@ std::vector<std::uint32_t> QtApplication::identifiersOnX(const std::vector<Hidde
 
 void QtApplication::hideWindows() {
     // Dialogs before the windows they belong to.
-    for (auto hidden = windows_.rbegin(); hidden != windows_.rend(); ++hidden) {
-        if (hidden->window) { // hiding one may have taken it along
-            hidden->window->setVisible(false);
+    std::for_each(windows_.rbegin(), windows_.rend(), [](const HiddenWindow& hidden) {
+        if (hidden.window) { // hiding one may have taken it along
+            hidden.window->setVisible(false);
         }
-    }
+    });
 }
 
 void QtApplication::minimiseWindows() {

@@ -1,5 +1,7 @@
 #include "LinuxWorkspace.h"
 
+#include "ActivationToken.h"
+#include "Bundle.h"
 #include "BundleIcon.h"
 #include "Package.h"
 #include "Platform.h"
@@ -64,9 +66,19 @@ void LinuxWorkspace::selectFile(const std::string& path, const std::string& root
 void LinuxWorkspace::openFile(const std::string& path) {
     if (!isApplicationBundle(path)) {
         openURL(fileAddress(path));
-    } else if (!running_.open(path, environment_)) {
+    } else if (!running_.open(path, environmentFor(path))) {
         activateWindow([this, &path] { return running_.processesIn(path); }, std::chrono::seconds(0), {});
     }
+}
+
+// Where a window does not come to the front by itself, the started program shows that it may.
+std::vector<std::string> LinuxWorkspace::environmentFor(const std::string& bundlePath) const {
+    auto environment = environment_;
+    const auto identifier = stringForKey(Bundle{bundlePath}.infoDictionary(), "CFBundleIdentifier");
+    if (auto token = requestActivationToken(identifier.value_or(""))) {
+        environment.push_back("XDG_ACTIVATION_TOKEN=" + *token);
+    }
+    return environment;
 }
 
 void LinuxWorkspace::openURL(const std::string& address) {

@@ -26,16 +26,16 @@ constexpr std::chrono::milliseconds kPatience{500};
 // A message that does not fit into the connection's buffer would end the connection, and Qt the process.
 constexpr std::size_t kLongestAppID = 1024;
 
-template <auto destroy>
+template <auto Destroy>
 struct Destroyer {
     template <typename Object>
     void operator()(Object* object) const {
-        destroy(object);
+        Destroy(object);
     }
 };
 
-template <typename Object, auto destroy>
-using Owned = std::unique_ptr<Object, Destroyer<destroy>>;
+template <typename Object, auto Destroy>
+using Owned = std::unique_ptr<Object, Destroyer<Destroy>>;
 
 // A conversation with the compositor on Qt's connection. Its events have a queue of their own, so that they
 // are told on the thread that waits for them, while Qt reads and dispatches its own.

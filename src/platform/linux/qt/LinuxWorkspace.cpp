@@ -3,6 +3,7 @@
 #include "ActivationToken.h"
 #include "Bundle.h"
 #include "BundleIcon.h"
+#include "DisplayServer.h"
 #include "Package.h"
 #include "Platform.h"
 #include "Text.h"
@@ -86,7 +87,9 @@ void LinuxWorkspace::openURL(const std::string& address) {
 }
 
 void LinuxWorkspace::activateApplication(const std::string& name, std::stop_token stop) {
-    activateWindow([this, &name] { return running_.processesNamed(name); }, kWindowPatience, stop);
+    // A window that is shown through Wayland never comes into sight here; its program has had a token.
+    const auto patience = isShownThroughWayland() ? std::chrono::seconds(0) : kWindowPatience;
+    activateWindow([this, &name] { return running_.processesNamed(name); }, patience, stop);
 }
 
 std::vector<RunningApplication> LinuxWorkspace::runningApplications() {

@@ -1,0 +1,141 @@
+"""The panel on Wayland: a started tool is given what lets it come to the front, and the panel hides and
+comes back. The compositor draws to memory; the session's X display is there as well, as on a desktop that
+also shows programs that know no Wayland.
+"""
+
+import json
+import os
+import pathlib
+import plistlib
+import re
+import signal
+import subprocess
+import tempfile
+import unittest
+
+from launcher_driver import PROGRAM, DesktopTest, wait_until
+
+IDENTIFIER = "com.vantorel.Notes"
+
+
+class Compositor:
+    """A running sway with a keyboard; this process and what it starts from now on use it."""
+
+    def __init__(self, folder):
+        ready = folder / "ready"
+        configuration = folder / "configuration"
+        configuration.write_text("xwayland disable\n"
+                                 f"exec echo $WAYLAND_DISPLAY $SWAYSOCK >{ready}.new"
+                                 f" && mv {ready}.new {ready}\n")
+        command = ["sway", "--debug", "--config", configuration]
+        if os.getuid() == 0:  # which it refuses to run as; here root is somebody else
+            command = ["unshare", "--user", "--map-user=1000", "--map-group=1000", *command]
+        self._log = open(folder / "log", "w+b")
+        self._process = subprocess.Popen(
+            command, stdin=subprocess.DEVNULL, stdout=self._log, stderr=self._log,
+            env={**os.environ, "WLR_BACKENDS": "headless", "WLR_LIBINPUT_NO_DEVICES": "1",
+                 "WLR_RENDERER": "pixman"})
+        wait_until(lambda: self._process.poll() is not None or ready.exists(), "the compositor")
+        if not ready.exists():
+            raise AssertionError("the compositor does not start:\n" + self.log())
+        display, self._socket = ready.read_text().split()
+        os.environ.update(WAYLAND_DISPLAY=display, QT_QPA_PLATFORM="wayland")
+        # Programs see a keyboard only while somebody has one, and take a moment to notice.
+        self._keyboard = subprocess.Popen(["wtype", "-s", "3600000", "-k", "Shift_L"])
+        wait_until(lambda: any(device["type"] == "keyboard" for device in self._ask("get_inputs")),
+                   "the keyboard")
+
+    def end(self):
+        for process in (self._keyboard, self._process):
+            process.terminate()
+            process.wait(timeout=10)
+        self._log.close()
+
+    def log(self):
+        self._log.seek(0)
+        return self._log.read().decode(errors="replace")
+
+    def _ask(self, what):
+        answer = subprocess.run(["swaymsg", "--socket", self._socket, "--raw", "--type", what],
+                                stdout=subprocess.PIPE, timeout=30, check=True)
+        return json.loads(answer.stdout)
+
+    def windows(self):
+        """The process of each window, and whether it has the focus."""
+        def below(node):
+            for child in node["nodes"] + node["floating_nodes"]:
+                if child.get("pid"):
+                    yield child["pid"], child["focused"]
+                yield from below(child)
+
+        return dict(below(self._ask("get_tree")))
+
+    def press(self, *keys):
+        for key in keys:
+            subprocess.run(["wtype", "-k", key], timeout=30, check=True)
+
+
+class WaylandTest(DesktopTest):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+        before = dict(os.environ)
+        self.compositor = Compositor(self.folder)
+        self.addCleanup(os.environ.update, before)
+        self.addCleanup(os.environ.clear)
+        self.addCleanup(self.compositor.end)
+
+    def make_tool(self):
+        """A tool that notes its token, and starts the Launcher once it is told to."""
+        gate = self.folder / "gate"
+        os.mkfifo(gate)
+        contents = self.folder / "root/Applications/Notes.app/Contents"
+        for part in ("MacOS", "Resources"):
+            (contents / part).mkdir(parents=True)
+        (contents / "Info.plist").write_bytes(plistlib.dumps(
+            {"CFBundleIdentifier": IDENTIFIER, "CFBundleName": "Notes", "CFBundleExecutable": "Notes"}))
+        (contents / "Resources/VTApp.plist").write_bytes(plistlib.dumps({}))
+        script = contents / "MacOS/Notes"
+        script.write_text("#!/bin/sh\n"
+                          f'echo "$XDG_ACTIVATION_TOKEN" >{self.folder}/token.new\n'
+                          f"mv {self.folder}/token.new {self.folder}/token\n"
+                          f"read -r line <{gate}\n"
+                          f'exec "{PROGRAM}"\n')
+        script.chmod(0o755)
+
+    def test_hands_a_started_tool_a_token_and_comes_back_with_one(self):
+        self.make_tool()
+        os.environ["WAYLAND_DEBUG"] = "client"
+        launcher = self.launch(root=str(self.folder / "root"))
+        del os.environ["WAYLAND_DEBUG"]
+        launcher.wait_for_catalogue()
+        has_focus = lambda: self.compositor.windows().get(launcher.process.pid)  # noqa: E731
+        wait_until(has_focus, "the panel with the focus")
+
+        self.compositor.press("Down", "Return")
+        wait_until((self.folder / "token").exists, "the started tool")
+        token = (self.folder / "token").read_text().strip()
+        self.assertTrue(token)
+        said = launcher.standard_error()
+        request = re.search(r"-> xdg_activation_v1@\d+\.get_activation_token\(new id (\S+)\)", said)[1]
+        requests = dict(re.findall(rf"-> {request}\.(\w+)\((.*)\)", said))
+        self.assertEqual(requests["set_app_id"], f'"{IDENTIFIER}"')
+        self.assertRegex(requests["set_serial"], r"[1-9]\d*, wl_seat@\d+")
+        self.assertRegex(requests["set_surface"], r"wl_surface@\d+")
+        # A token that is good for nothing looks like any other.
+        self.assertNotIn("Rejecting token", self.compositor.log())
+
+        # Sooner than it would after waiting in vain for a window on the X display.
+        wait_until(lambda: not self.compositor.windows(), "the panel to hide", limit=5)
+        (self.folder / "gate").write_text("\n")
+        wait_until(has_focus, "the panel to come back")
+        self.assertRegex(launcher.standard_error(),
+                         rf'-> xdg_activation_v1@\d+\.activate\("{re.escape(token)}", wl_surface@\d+\)')
+
+        launcher.process.send_signal(signal.SIGTERM)
+        self.assertEqual(launcher.wait_for_exit(), 0, launcher.standard_error())
+
+
+if __name__ == "__main__":
+    unittest.main()

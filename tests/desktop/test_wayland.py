@@ -87,7 +87,7 @@ class WaylandTest(DesktopTest):
         self.addCleanup(self.compositor.end)
 
     def make_tool(self):
-        """A tool that notes its token, and starts the Launcher once it is told to."""
+        """A tool that notes its token and then does what it is told, or ends."""
         gate = self.folder / "gate"
         os.mkfifo(gate)
         contents = self.folder / "root/Applications/Notes.app/Contents"
@@ -101,22 +101,40 @@ class WaylandTest(DesktopTest):
                           f'echo "$XDG_ACTIVATION_TOKEN" >{self.folder}/token.new\n'
                           f"mv {self.folder}/token.new {self.folder}/token\n"
                           f"read -r line <{gate}\n"
-                          f'exec "{PROGRAM}"\n')
+                          "eval exec $line\n")
         script.chmod(0o755)
 
-    def test_hands_a_started_tool_a_token_and_comes_back_with_one(self):
+    def tell_tool(self, line):
+        (self.folder / "gate").write_text(line + "\n")
+
+    def open_panel(self):
         self.make_tool()
-        os.environ["WAYLAND_DEBUG"] = "client"
+        os.environ["WAYLAND_DEBUG"] = "client"  # writes all that is said to standard error
         launcher = self.launch(root=str(self.folder / "root"))
         del os.environ["WAYLAND_DEBUG"]
         launcher.wait_for_catalogue()
-        has_focus = lambda: self.compositor.windows().get(launcher.process.pid)  # noqa: E731
-        wait_until(has_focus, "the panel with the focus")
+        self.wait_for_panel(launcher)
+        self.compositor.press("Down")
+        return launcher
 
-        self.compositor.press("Down", "Return")
-        wait_until((self.folder / "token").exists, "the started tool")
-        token = (self.folder / "token").read_text().strip()
-        self.assertTrue(token)
+    def wait_for_panel(self, launcher):
+        wait_until(lambda: self.compositor.windows() == {launcher.process.pid: True},
+                   "the panel with the focus")
+
+    def start_tool(self):
+        """The token that the tool has got, once the panel has gone."""
+        self.compositor.press("Return")
+        token = self.folder / "token"
+        wait_until(token.exists, "the started tool")
+        # Sooner than it would after waiting in vain for a window on the X display.
+        wait_until(lambda: not self.compositor.windows(), "the panel to hide", limit=5)
+        text = token.read_text().strip()
+        token.unlink()
+        return text
+
+    def test_hands_a_started_tool_a_token(self):
+        launcher = self.open_panel()
+        self.assertTrue(self.start_tool())
         said = launcher.standard_error()
         request = re.search(r"-> xdg_activation_v1@\d+\.get_activation_token\(new id (\S+)\)", said)[1]
         requests = dict(re.findall(rf"-> {request}\.(\w+)\((.*)\)", said))
@@ -125,16 +143,27 @@ class WaylandTest(DesktopTest):
         self.assertRegex(requests["set_surface"], r"wl_surface@\d+")
         # A token that is good for nothing looks like any other.
         self.assertNotIn("Rejecting token", self.compositor.log())
+        self.tell_tool("true")
 
-        # Sooner than it would after waiting in vain for a window on the X display.
-        wait_until(lambda: not self.compositor.windows(), "the panel to hide", limit=5)
-        (self.folder / "gate").write_text("\n")
-        wait_until(has_focus, "the panel to come back")
-        self.assertRegex(launcher.standard_error(),
-                         rf'-> xdg_activation_v1@\d+\.activate\("{re.escape(token)}", wl_surface@\d+\)')
-
+    def test_comes_back_when_the_tool_has_ended(self):
+        launcher = self.open_panel()
+        tokens = set()
+        for _ in range(3):
+            tokens.add(self.start_tool())
+            self.tell_tool("true")
+            self.wait_for_panel(launcher)
+        self.assertEqual(len(tokens), 3)
+        self.assertNotIn("Rejecting token", self.compositor.log())
         launcher.process.send_signal(signal.SIGTERM)
         self.assertEqual(launcher.wait_for_exit(), 0, launcher.standard_error())
+
+    def test_comes_back_with_the_token_of_whoever_starts_it_again(self):
+        launcher = self.open_panel()
+        token = self.start_tool()
+        self.tell_tool(f"'{PROGRAM}'")
+        self.wait_for_panel(launcher)
+        self.assertRegex(launcher.standard_error(),
+                         rf'-> xdg_activation_v1@\d+\.activate\("{re.escape(token)}", wl_surface@\d+\)')
 
 
 if __name__ == "__main__":

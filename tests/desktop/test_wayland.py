@@ -6,7 +6,6 @@ also shows programs that know no Wayland.
 import json
 import os
 import pathlib
-import plistlib
 import re
 import signal
 import subprocess
@@ -14,12 +13,19 @@ import tempfile
 import unittest
 
 from launcher_driver import PROGRAM, DesktopTest, wait_until
+from tool_root import ToolRoot
 
-IDENTIFIER = "com.vantorel.Notes"
+# Notes its token, and then does what it is told.
+SCRIPT = """#!/bin/sh
+echo "$XDG_ACTIVATION_TOKEN" >$NOTES/draft
+mv $NOTES/draft $NOTES/token
+read -r line <$NOTES/gate
+eval exec $line
+"""
 
 
 class Compositor:
-    """A running sway with a keyboard; this process and what it starts from now on use it."""
+    """A running sway with a keyboard. Programs show their windows on it in its `environment`."""
 
     def __init__(self, folder):
         ready = folder / "ready"
@@ -39,9 +45,10 @@ class Compositor:
         if not ready.exists():
             raise AssertionError("the compositor does not start:\n" + self.log())
         display, self._socket = ready.read_text().split()
-        os.environ.update(WAYLAND_DISPLAY=display, QT_QPA_PLATFORM="wayland")
+        self.environment = {"WAYLAND_DISPLAY": display, "QT_QPA_PLATFORM": "wayland"}
         # Programs see a keyboard only while somebody has one, and take a moment to notice.
-        self._keyboard = subprocess.Popen(["wtype", "-s", "3600000", "-k", "Shift_L"])
+        self._keyboard = subprocess.Popen(["wtype", "-s", "3600000", "-k", "Shift_L"],
+                                          env=os.environ | self.environment)
         wait_until(lambda: any(device["type"] == "keyboard" for device in self._ask("get_inputs")),
                    "the keyboard")
 
@@ -70,48 +77,27 @@ class Compositor:
 
         return dict(below(self._ask("get_tree")))
 
-    def press(self, *keys):
-        for key in keys:
-            subprocess.run(["wtype", "-k", key], timeout=30, check=True)
+    def press(self, key):
+        subprocess.run(["wtype", "-k", key], env=os.environ | self.environment, timeout=30, check=True)
 
 
 class WaylandTest(DesktopTest):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
-        self.folder = pathlib.Path(folder.name)
-        before = dict(os.environ)
-        self.compositor = Compositor(self.folder)
-        self.addCleanup(os.environ.update, before)
-        self.addCleanup(os.environ.clear)
+        self.compositor = Compositor(pathlib.Path(folder.name))
         self.addCleanup(self.compositor.end)
-
-    def make_tool(self):
-        """A tool that notes its token and then does what it is told, or ends."""
-        gate = self.folder / "gate"
-        os.mkfifo(gate)
-        contents = self.folder / "root/Applications/Notes.app/Contents"
-        for part in ("MacOS", "Resources"):
-            (contents / part).mkdir(parents=True)
-        (contents / "Info.plist").write_bytes(plistlib.dumps(
-            {"CFBundleIdentifier": IDENTIFIER, "CFBundleName": "Notes", "CFBundleExecutable": "Notes"}))
-        (contents / "Resources/VTApp.plist").write_bytes(plistlib.dumps({}))
-        script = contents / "MacOS/Notes"
-        script.write_text("#!/bin/sh\n"
-                          f'echo "$XDG_ACTIVATION_TOKEN" >{self.folder}/token.new\n'
-                          f"mv {self.folder}/token.new {self.folder}/token\n"
-                          f"read -r line <{gate}\n"
-                          "eval exec $line\n")
-        script.chmod(0o755)
+        self.root = ToolRoot(self)
+        self.tool = self.root.add("Notes", SCRIPT)
+        os.mkfifo(self.tool.notes / "gate")
 
     def tell_tool(self, line):
-        (self.folder / "gate").write_text(line + "\n")
+        (self.tool.notes / "gate").write_text(line + "\n")
 
     def open_panel(self):
-        self.make_tool()
-        os.environ["WAYLAND_DEBUG"] = "client"  # writes all that is said to standard error
-        launcher = self.launch(root=str(self.folder / "root"))
-        del os.environ["WAYLAND_DEBUG"]
+        """With the tool selected. All that it says to the compositor is written to standard error."""
+        launcher = self.launch(root=str(self.root.folder),
+                               environment={**self.compositor.environment, "WAYLAND_DEBUG": "client"})
         launcher.wait_for_catalogue()
         self.wait_for_panel(launcher)
         self.compositor.press("Down")
@@ -124,13 +110,11 @@ class WaylandTest(DesktopTest):
     def start_tool(self):
         """The token that the tool has got, once the panel has gone."""
         self.compositor.press("Return")
-        token = self.folder / "token"
-        wait_until(token.exists, "the started tool")
+        token = wait_until(lambda: self.tool.noted("token"), "the started tool").strip()
+        (self.tool.notes / "token").unlink()
         # Sooner than it would after waiting in vain for a window on the X display.
         wait_until(lambda: not self.compositor.windows(), "the panel to hide", limit=5)
-        text = token.read_text().strip()
-        token.unlink()
-        return text
+        return token
 
     def test_hands_a_started_tool_a_token(self):
         launcher = self.open_panel()
@@ -138,7 +122,7 @@ class WaylandTest(DesktopTest):
         said = launcher.standard_error()
         request = re.search(r"-> xdg_activation_v1@\d+\.get_activation_token\(new id (\S+)\)", said)[1]
         requests = dict(re.findall(rf"-> {request}\.(\w+)\((.*)\)", said))
-        self.assertEqual(requests["set_app_id"], f'"{IDENTIFIER}"')
+        self.assertEqual(requests["set_app_id"], f'"{self.tool.identifier}"')
         self.assertRegex(requests["set_serial"], r"[1-9]\d*, wl_seat@\d+")
         self.assertRegex(requests["set_surface"], r"wl_surface@\d+")
         # A token that is good for nothing looks like any other.

@@ -41,3 +41,18 @@ TEST(LinuxWorkspace, ShowsFilesWithoutWaitingForTheOtherProgram) {
     platform::LinuxWorkspace().selectFile("/a folder/file", "/a folder"); // whose workspace is gone by now
     EXPECT_EQ(sandbox::readFile(pipe), "file:///a%20folder\n");
 }
+
+TEST(LinuxWorkspace, StartsApplicationsInTheEnvironmentOfItsOwnStart) {
+    const auto bundle = sandbox::root() + "/Applications/Notes.app";
+    const auto pipe = sandbox::folder() + "/environment";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const auto program = bundle + "/Contents/MacOS/Notes";
+    sandbox::writeFile(program, "#!/bin/sh\necho \"$KEPT [$XDG_ACTIVATION_TOKEN]\" > " + pipe + "\n");
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    setenv("KEPT", "as it was", 1);
+    setenv("XDG_ACTIVATION_TOKEN", "for this program", 1);
+    platform::LinuxWorkspace workspace;
+    setenv("KEPT", "changed since", 1);
+    workspace.openFile(bundle);
+    EXPECT_EQ(sandbox::readFile(pipe), "as it was []\n");
+}

@@ -15,8 +15,12 @@ xcb_connection_t* connection() {
 
 } // namespace
 
+bool isShownThroughWayland() {
+    return QGuiApplication::platformName().startsWith(QLatin1String("wayland")); // or "wayland-egl"
+}
+
 void useActivationToken(const std::optional<std::string>& token) {
-    if (token && QGuiApplication::platformName() == QLatin1String("wayland")) {
+    if (token && isShownThroughWayland()) {
         ::qputenv("XDG_ACTIVATION_TOKEN", QByteArray::fromStdString(*token)); // where Qt looks for it
     }
 }

@@ -1,6 +1,9 @@
 #include "LinuxWorkspace.h"
 
+#include "ActivationToken.h"
+#include "Bundle.h"
 #include "BundleIcon.h"
+#include "DisplayServer.h"
 #include "Package.h"
 #include "Platform.h"
 #include "Text.h"
@@ -64,9 +67,19 @@ void LinuxWorkspace::selectFile(const std::string& path, const std::string& root
 void LinuxWorkspace::openFile(const std::string& path) {
     if (!isApplicationBundle(path)) {
         openURL(fileAddress(path));
-    } else if (!running_.open(path, environment_)) {
+    } else if (!running_.open(path, environmentFor(path))) {
         activateWindow([this, &path] { return running_.processesIn(path); }, std::chrono::seconds(0), {});
     }
+}
+
+// Where a window does not come to the front by itself, the started program shows that it may.
+std::vector<std::string> LinuxWorkspace::environmentFor(const std::string& bundlePath) const {
+    auto environment = environment_;
+    const auto identifier = stringForKey(Bundle{bundlePath}.infoDictionary(), "CFBundleIdentifier");
+    if (auto token = requestActivationToken(identifier.value_or(""))) {
+        environment.push_back("XDG_ACTIVATION_TOKEN=" + *token);
+    }
+    return environment;
 }
 
 void LinuxWorkspace::openURL(const std::string& address) {
@@ -74,7 +87,9 @@ void LinuxWorkspace::openURL(const std::string& address) {
 }
 
 void LinuxWorkspace::activateApplication(const std::string& name, std::stop_token stop) {
-    activateWindow([this, &name] { return running_.processesNamed(name); }, kWindowPatience, stop);
+    // A window that is shown through Wayland never comes into sight here; its program has had a token.
+    const auto patience = isShownThroughWayland() ? std::chrono::seconds(0) : kWindowPatience;
+    activateWindow([this, &name] { return running_.processesNamed(name); }, patience, stop);
 }
 
 std::vector<RunningApplication> LinuxWorkspace::runningApplications() {

@@ -25,6 +25,8 @@ public:
     void setWatchesOthers(bool watches) { running_.setLooksForOthers(watches); }
 
 private:
+    std::vector<std::string> environmentFor(const std::string& bundlePath) const;
+
     std::vector<std::string> environment_;
     RunningApplications running_;
 };

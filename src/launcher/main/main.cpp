@@ -12,6 +12,7 @@
 #include "QtApplication.h"
 #include "QtMainThread.h"
 #include "TerminationSignals.h"
+#include "VTBlackScroller.h"
 #include "VTLocalPaths.h"
 #include "linux/LinuxConsoleLog.h"
 #include "linux/LinuxFileManager.h"
@@ -75,7 +76,7 @@ void showWindowIcon() {
     if (!bitmap.pixels.empty()) {
         const QImage image(reinterpret_cast<const uchar*>(bitmap.pixels.data()), bitmap.width, bitmap.height,
                            QImage::Format_ARGB32_Premultiplied);
-        QApplication::setWindowIcon(QPixmap::fromImage(image));
+        QApplication::setWindowIcon(QPixmap::fromImage(image.copy())); // which outlives the bitmap
     }
 }
 
@@ -157,6 +158,11 @@ int openPanel(int argc, char** argv) {
 
     auto controller = AppController::init();
     TerminationSignals terminationSignals;
+    VTBlackScroller::setArrowPositionSource([defaults = services.userDefaults] {
+        const auto value = defaults->globalObjectForKey("AppleScrollBarVariant");
+        const auto* text = value ? value->string() : nullptr;
+        return text ? std::optional(*text) : std::nullopt;
+    });
     MainPanel panel(controller);
     alertPanels->setPanel(&panel);
     QObject::connect(&application, &QGuiApplication::lastWindowClosed, [&services, &controller] {

@@ -1,6 +1,7 @@
 #include "AppController.h"
 
 #include "Platform.h"
+#include "Threads.h"
 #include "VTException.h"
 #include "VTLog.h"
 #include "VTWindowController.h"
@@ -39,6 +40,7 @@ void AppController::awakeFromNib(const Outlets& outlets) {
             }
         }
         bool started = threads_.detachNewThread([self = shared_from_this()](std::stop_token stop) {
+            platform::yieldToOthers();
             self->populateUserManuals(std::move(stop));
         });
         if (!started) {

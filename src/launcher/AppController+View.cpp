@@ -3,6 +3,7 @@
 #include "Exception.h"
 #include "Platform.h"
 #include "Text.h"
+#include "Threads.h"
 #include "VTException.h"
 #include "VTLocalPaths.h"
 
@@ -102,8 +103,10 @@ void AppController::setDataArray(AppList apps) {
 }
 
 void AppController::startRebuild() {
-    bool started = threads_.detachNewThread(
-        [self = shared_from_this()](std::stop_token stop) { self->populateData(std::move(stop)); });
+    bool started = threads_.detachNewThread([self = shared_from_this()](std::stop_token stop) {
+        platform::yieldToOthers(); // the panel is about to appear
+        self->populateData(std::move(stop));
+    });
     if (!started) {
         platform::current().consoleLog->log("Unable to look for tools: no thread could be started.");
     }

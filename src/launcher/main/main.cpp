@@ -14,6 +14,7 @@
 #include "TerminationSignals.h"
 #include "VTBlackScroller.h"
 #include "VTLocalPaths.h"
+#include "linux/FontConfiguration.h"
 #include "linux/LinuxConsoleLog.h"
 #include "linux/LinuxFileManager.h"
 #include "linux/LinuxUserDefaults.h"
@@ -126,6 +127,7 @@ int openPanel(int argc, char** argv) {
         return 1;
     }
     std::signal(SIGPIPE, SIG_IGN); // whoever read our messages may leave
+    platform::loadFontConfiguration();
     platform::SingleInstance instance(kBundleIdentifier);
     if (instance.handOver()) {
         return 0;

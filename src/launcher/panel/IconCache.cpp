@@ -1,5 +1,7 @@
 #include "IconCache.h"
 
+#include "Threads.h"
+
 #include "Platform.h"
 
 #include <QIcon>
@@ -86,6 +88,7 @@ void IconCache::decodeNext() {
     }
     decoding_ =
         threads_.detachNewThread([self = QPointer(this), request = waiting_.back()](const std::stop_token&) {
+            platform::yieldToOthers();
             auto show = [self, request, bitmap = renderedOrEmpty(*request.icon, request.pixels)] {
                 if (self) {
                     self->store(request, bitmap);

@@ -1,5 +1,7 @@
 #include "PanelWindow.h"
 
+#include "Platform.h"
+
 #include <QWidget>
 
 PanelWindow::PanelWindow(QWidget& window, bool hasOpacity) : window_(window), hasOpacity_(hasOpacity) {
@@ -36,6 +38,11 @@ void PanelWindow::makeKeyAndOrderFront() {
 }
 
 void PanelWindow::close() {
+    if (!window_.isVisible()) {
+        // A launch has hidden the program while the panel was fading away; the user wanted it to quit.
+        platform::current().application->terminate();
+        return;
+    }
     closing_ = true;
     window_.close();
     closing_ = false;

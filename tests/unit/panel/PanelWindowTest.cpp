@@ -1,5 +1,7 @@
 #include "PanelWindow.h"
 
+#include "TestSandbox.h"
+
 #include <QTest>
 #include <QWidget>
 #include <gtest/gtest.h>
@@ -35,6 +37,15 @@ TEST_F(PanelWindowTest, ShowsAndClosesItsWidget) {
     EXPECT_TRUE(window.isVisible());
     window.close();
     EXPECT_FALSE(widget.isVisible());
+}
+
+TEST_F(PanelWindowTest, ClosingOneThatWasHiddenMeanwhileEndsTheProgram) {
+    PanelWindow window(widget);
+    window.orderFront();
+    window.close();
+    EXPECT_TRUE(sandbox::workspace().events().empty());
+    window.close();
+    EXPECT_EQ(sandbox::workspace().events(), std::vector<std::string>{"terminate"});
 }
 
 TEST_F(PanelWindowTest, BecomesKeyInFront) {

@@ -35,7 +35,10 @@ void AppController::populateUserManuals(std::stop_token stop) {
         std::error_code error; // a folder that is not there has no manuals
         for (const auto& entry :
              services.fileManager->openFolder(*folder)->entries(platform::Listing::Everything, error)) {
-            if (stop.stop_requested() || platform::lowercase(platform::pathExtension(entry.name)) != "pdf") {
+            if (stop.stop_requested()) {
+                return;
+            }
+            if (platform::lowercase(platform::pathExtension(entry.name)) != "pdf") {
                 continue;
             }
             services.mainThread->perform(

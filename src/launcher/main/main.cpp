@@ -127,11 +127,12 @@ int openPanel(int argc, char** argv) {
         return 1;
     }
     std::signal(SIGPIPE, SIG_IGN); // whoever read our messages may leave
-    platform::loadFontConfiguration();
+    auto workspace = std::make_shared<platform::LinuxWorkspace>();
     platform::SingleInstance instance(kBundleIdentifier);
     if (instance.handOver()) {
         return 0;
     }
+    platform::loadFontConfiguration();
     qInstallMessageHandler(reportFatalMessages);
     QApplication application(argc, argv);
     if (argc > 1) {
@@ -145,7 +146,6 @@ int openPanel(int argc, char** argv) {
     DarkPalette::install();
 
     auto mainThread = std::make_shared<platform::QtMainThread>();
-    auto workspace = std::make_shared<platform::LinuxWorkspace>();
     auto services = basicServices(workspace);
     services.mainThread = mainThread;
     services.application = std::make_shared<platform::QtApplication>(
@@ -153,7 +153,7 @@ int openPanel(int argc, char** argv) {
         [workspace](bool hidden) { workspace->setWatchesOthers(hidden); });
     auto alertPanels = std::make_shared<PanelAlerts>();
     services.alertPanels = alertPanels;
-    platform::install(services);
+    platform::install(services); // where the preferences are, is found out with them
     services.userDefaults = std::make_shared<platform::LinuxUserDefaults>(
         VTLocalPaths::prefsDirectory(true).value_or(""), kBundleIdentifier);
     platform::install(services);
@@ -174,15 +174,30 @@ int openPanel(int argc, char** argv) {
         }
     });
     controller->awakeFromNib(panel.outlets());
-    instance.serve([&](const platform::SingleInstance::Activation& activation) {
-        mainThread->perform(
-            [&] {
-                platform::useActivationToken(activation.token);
-                controller->applicationShouldHandleReopen();
-            },
-            platform::Wait::UntilDone);
-    });
+    instance.serve(
+        [mainThread, controller](const platform::SingleInstance::Activation& activation) {
+            bool cameForward = false; // not any more, once the main loop has ended
+            mainThread->perform(
+                [&] {
+                    platform::useActivationToken(activation.token);
+                    controller->applicationShouldHandleReopen();
+                    cameForward = true;
+                },
+                platform::Wait::UntilDone);
+            return cameForward;
+        },
+        [mainThread, controller] {
+            // Nobody could bring a hidden panel back any more.
+            mainThread->perform(
+                [controller] {
+                    if (platform::current().application->isHidden()) {
+                        controller->applicationShouldHandleReopen();
+                    }
+                },
+                platform::Wait::UntilDone);
+        });
     endInOrder = [&] {
+        instance.leave();
         mainThread->close();
         bool threadsEnded = controller->applicationWillTerminate();
         services.notificationCenter->post(
@@ -190,7 +205,7 @@ int openPanel(int argc, char** argv) {
         return threadsEnded;
     };
     std::atexit(endWithTheDisplay);
-    AfterFirstFrame icon(panel, showWindowIcon);
+    AfterFirstFrame afterFirstFrame(panel, showWindowIcon);
     int status = QApplication::exec();
     if (!std::exchange(endInOrder, nullptr)()) {
         // A thread is stuck in the file system; nothing it may still use can be torn down.

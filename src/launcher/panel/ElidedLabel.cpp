@@ -27,9 +27,11 @@ bool ElidedLabel::event(QEvent* event) {
         return QLabel::event(event);
     }
     // Escaped: a path that looks like markup stays a path.
-    QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(),
-                       shownText() == text() ? QString()
-                                             : QStringLiteral("<span>%1</span>").arg(text().toHtmlEscaped()),
-                       this);
+    QToolTip::showText(
+        static_cast<QHelpEvent*>(event)->globalPos(),
+        shownText() == text()
+            ? QString()
+            : QStringLiteral("<span style=\"white-space:pre\">%1</span>").arg(text().toHtmlEscaped()),
+        this);
     return true;
 }

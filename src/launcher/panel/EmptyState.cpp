@@ -5,6 +5,7 @@
 #include "PlainLabel.h"
 #include "WrappedLabel.h"
 
+#include <QEvent>
 #include <QIcon>
 #include <QPainter>
 #include <QVBoxLayout>
@@ -30,10 +31,9 @@ QPixmap fadedIcon(const QIcon& icon, const QWidget& widget) {
 
 } // namespace
 
-EmptyState::EmptyState(QWidget* parent) : QWidget(parent), title_(new QLabel), hint_(new WrappedLabel) {
-    auto* icon = new QLabel;
-    icon->setPixmap(fadedIcon(window()->windowIcon(), *this));
-    icon->setAlignment(Qt::AlignCenter);
+EmptyState::EmptyState(QWidget* parent)
+    : QWidget(parent), icon_(new QLabel), title_(new QLabel), hint_(new WrappedLabel) {
+    icon_->setAlignment(Qt::AlignCenter);
     stylePlainLabel(*title_, InterfaceFont::bold(InterfaceFont::kTitleSize), DarkPalette::bodyTextColor());
     title_->setAlignment(Qt::AlignCenter);
     stylePlainLabel(*hint_, InterfaceFont::regular(), DarkPalette::secondaryTextColor());
@@ -43,11 +43,24 @@ EmptyState::EmptyState(QWidget* parent) : QWidget(parent), title_(new QLabel), h
     layout->setContentsMargins(32, 32, 32, 32);
     layout->setSpacing(8);
     layout->addStretch(2);
-    layout->addWidget(icon);
+    layout->addWidget(icon_);
     layout->addSpacing(8);
     layout->addWidget(title_);
     layout->addWidget(hint_);
     layout->addStretch(3);
+}
+
+// The window's icon may come after the window.
+void EmptyState::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    icon_->setPixmap(fadedIcon(window()->windowIcon(), *this));
+}
+
+void EmptyState::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::WindowIconChange) {
+        icon_->setPixmap(fadedIcon(window()->windowIcon(), *this));
+    }
 }
 
 void EmptyState::setTexts(const QString& title, const QString& hint) {

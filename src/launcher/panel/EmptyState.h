@@ -13,7 +13,12 @@ public:
 
     void setTexts(const QString& title, const QString& hint);
 
+protected:
+    void showEvent(QShowEvent* event) override;
+    void changeEvent(QEvent* event) override;
+
 private:
+    QLabel* icon_;
     QLabel* title_;
     QLabel* hint_;
 };

@@ -38,9 +38,11 @@ void PanelWindow::makeKeyAndOrderFront() {
 }
 
 void PanelWindow::close() {
-    if (!window_.isVisible()) {
-        // A launch has hidden the program while the panel was fading away; the user wanted it to quit.
-        platform::current().application->terminate();
+    auto& application = *platform::current().application;
+    if (!window_.isVisible() || application.isHidden()) {
+        // Hidden while it was fading away, or closed while it was minimised: the user wants the program to
+        // quit.
+        application.terminate();
         return;
     }
     closing_ = true;

@@ -4,6 +4,7 @@
 
 #include <QSocketNotifier>
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstdint>
 #include <sys/eventfd.h>
@@ -22,8 +23,10 @@ int openArrival() {
 }
 
 void noteArrival(int) {
+    const int interrupted = errno;
     const std::uint64_t one = 1;
     [[maybe_unused]] auto written = ::write(arrival, &one, sizeof one);
+    errno = interrupted;
 }
 
 void setHandlers(void (*handler)(int)) {

@@ -23,6 +23,9 @@ public:
     // Another time limit, from now on.
     void setLimit(std::chrono::milliseconds limit);
 
+    // Gives the connection up, with all its names.
+    void close() { bus_.reset(); }
+
     // False when there is no bus, or none that answered in time.
     bool isConnected() const { return bus_ != nullptr; }
 

@@ -66,8 +66,11 @@ public:
     std::vector<xcb_window_t> windows() {
         std::vector<xcb_window_t> found;
         xcb_ewmh_get_windows_reply_t list;
+        // Not every window manager tells the order.
         if (xcb_ewmh_get_client_list_stacking_reply(
-                &hints_, xcb_ewmh_get_client_list_stacking(&hints_, screen_), &list, nullptr)) {
+                &hints_, xcb_ewmh_get_client_list_stacking(&hints_, screen_), &list, nullptr) ||
+            xcb_ewmh_get_client_list_reply(&hints_, xcb_ewmh_get_client_list(&hints_, screen_), &list,
+                                           nullptr)) {
             found.assign(list.windows, list.windows + list.windows_len);
             xcb_ewmh_get_windows_reply_wipe(&list);
         }
@@ -146,8 +149,12 @@ void watchWindows(std::chrono::milliseconds limit, const std::stop_token& stop,
 bool activateWindow(const std::function<std::vector<pid_t>()>& processes, std::chrono::milliseconds limit,
                     const std::stop_token& stop) {
     bool activated = false;
+    auto lastAlive = Clock::now();
     watchWindows(limit, stop, [&](WindowManager& manager) {
         const auto alive = processes();
+        if (!alive.empty()) {
+            lastAlive = Clock::now();
+        }
         const auto windows = manager.windowsByProcess();
         for (auto process : alive) {
             if (auto window = windows.find(process); window != windows.end()) {
@@ -156,7 +163,8 @@ bool activateWindow(const std::function<std::vector<pid_t>()>& processes, std::c
                 return true;
             }
         }
-        return alive.empty();
+        // A wrapper may have ended before what it started shows whose it is.
+        return Clock::now() - lastAlive >= kLookInterval;
     });
     return activated;
 }

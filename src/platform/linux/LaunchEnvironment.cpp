@@ -1,7 +1,5 @@
 #include "LaunchEnvironment.h"
 
-#include "Bundle.h"
-
 #include <algorithm>
 #include <string_view>
 #include <unistd.h>
@@ -13,12 +11,14 @@ namespace {
 // The list of folders without those in the bundle.
 std::string withoutFoldersIn(const std::string& bundle, std::string_view folders) {
     std::string kept;
+    bool isFirst = true;
     for (std::size_t start = 0; start <= folders.size();) {
         auto end = std::min(folders.find(':', start), folders.size());
         auto folder = folders.substr(start, end - start);
         if (folder != bundle && !folder.starts_with(bundle + '/')) {
-            kept += start == 0 || kept.empty() ? "" : ":";
+            kept += isFirst ? "" : ":";
             kept += folder;
+            isFirst = false;
         }
         start = end + 1;
     }
@@ -27,9 +27,8 @@ std::string withoutFoldersIn(const std::string& bundle, std::string_view folders
 
 } // namespace
 
-std::vector<std::string> launchEnvironment() {
+std::vector<std::string> launchEnvironment(const std::optional<Bundle>& bundle) {
     constexpr std::string_view kLibraryPath = "LD_LIBRARY_PATH=";
-    const auto bundle = Bundle::main();
     std::vector<std::string> variables;
     for (char** entry = environ; entry && *entry; ++entry) {
         std::string variable(*entry);
@@ -40,7 +39,7 @@ std::vector<std::string> launchEnvironment() {
             auto kept =
                 withoutFoldersIn(bundle->path, std::string_view(variable).substr(kLibraryPath.size()));
             if (kept.empty()) {
-                continue;
+                continue; // an empty list would mean the working folder
             }
             variable = std::string(kLibraryPath) + kept;
         }

@@ -24,6 +24,10 @@ namespace {
 // How often others are looked for. An application that lives for less may be missed.
 constexpr std::chrono::milliseconds kLookInterval{200};
 
+// How long an application may be without a process before it has ended, and how often it is looked for then.
+constexpr std::chrono::milliseconds kGrace{100};
+constexpr std::chrono::milliseconds kGraceLook{10};
+
 FileDescriptor openProcess(pid_t process) {
     return FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
 }
@@ -77,12 +81,15 @@ bool RunningApplications::open(const std::string& bundlePath, const std::vector<
                                 .arguments = {},
                                 .environment = environment,
                                 .workingDirectory = home && resolvedPath(*home) ? *home : "/"};
-        if (auto process = program.start(error); process != 0) {
-            application.processes.emplace(process, openProcess(process));
+        auto process = program.start(error);
+        auto descriptor = process != 0 ? openProcess(process) : FileDescriptor();
+        if (descriptor) {
+            application.processes.emplace(process, std::move(descriptor));
+            application.alone.reset();
             wake();
             return true;
         }
-        problem = *executable + ": " + error.message();
+        problem = *executable + ": " + (process != 0 ? lastError() : error).message();
     }
     current().consoleLog->log("Unable to start " + bundlePath + ": " + problem);
     if (application.processes.empty()) { // else the end of the last ones is about to be noticed
@@ -132,25 +139,52 @@ void RunningApplications::end(const std::string& bundle) {
 }
 
 void RunningApplications::collectEnded(const std::vector<pid_t>& ended) {
-    std::vector<std::string> bundles;
+    const auto now = std::chrono::steady_clock::now();
     for (auto& [bundle, application] : applications_) {
-        const auto erased = std::erase_if(application.processes, [&](const auto& process) {
+        std::erase_if(application.processes, [&](const auto& process) {
             return std::ranges::find(ended, process.first) != ended.end();
         });
-        if (erased > 0 && application.processes.empty()) {
-            bundles.push_back(bundle);
+        if (application.processes.empty() && !application.alone) {
+            application.alone = now;
         }
     }
-    for (const auto& bundle : bundles) {
-        // What was started may have been a wrapper: the application goes on in a process of its own.
+}
+
+// What has ended may have been a wrapper: the application then goes on in a process of its own, which comes
+// out of a helper such as setsid or env a moment later.
+void RunningApplications::lookAfterAlone() {
+    std::vector<std::string> alone;
+    for (const auto& [bundle, application] : applications_) {
+        if (application.alone) {
+            alone.push_back(bundle);
+        }
+    }
+    for (const auto& bundle : alone) {
         findProcesses(&bundle);
-        if (applications_.contains(bundle) && applications_[bundle].processes.empty()) {
+        auto& application = applications_[bundle];
+        if (!application.processes.empty()) {
+            application.alone.reset();
+        } else if (std::chrono::steady_clock::now() - *application.alone >= kGrace) {
             end(bundle);
         }
     }
 }
 
+// How long the thread may sleep, in milliseconds; -1 for as long as nothing happens.
+int RunningApplications::patience(Time nextLook) const {
+    if (std::ranges::any_of(applications_,
+                            [](const auto& entry) { return entry.second.alone.has_value(); })) {
+        return static_cast<int>(kGraceLook.count());
+    }
+    if (!looksForOthers_) {
+        return -1;
+    }
+    auto left = std::chrono::ceil<std::chrono::milliseconds>(nextLook - std::chrono::steady_clock::now());
+    return static_cast<int>(std::max<std::int64_t>(left.count(), 0));
+}
+
 void RunningApplications::startWatching() {
+    std::lock_guard lock(threadMutex_);
     if (!thread_.joinable()) {
         thread_ = std::thread([this] { run(); });
     }
@@ -175,15 +209,10 @@ void RunningApplications::run() {
                 processes.push_back(process);
             }
         }
-        int patience = -1;
-        if (looksForOthers_) {
-            auto left =
-                std::chrono::ceil<std::chrono::milliseconds>(nextLook - std::chrono::steady_clock::now());
-            patience = static_cast<int>(std::max<std::int64_t>(left.count(), 0));
-        }
+        const int longest = patience(nextLook);
         // Descriptors are closed on this thread alone, so these stay what they are.
         lock.unlock();
-        ::poll(descriptors.data(), descriptors.size(), patience);
+        ::poll(descriptors.data(), descriptors.size(), longest);
         std::uint64_t wakes = 0;
         [[maybe_unused]] auto drained = ::read(wake_.get(), &wakes, sizeof wakes);
         lock.lock();
@@ -196,6 +225,7 @@ void RunningApplications::run() {
             }
         }
         collectEnded(ended);
+        lookAfterAlone();
         if (looksForOthers_ && std::chrono::steady_clock::now() >= nextLook) {
             findProcesses(nullptr);
             nextLook = std::chrono::steady_clock::now() + kLookInterval;
@@ -286,7 +316,6 @@ std::vector<pid_t> RunningApplications::processesOf(const std::function<bool(con
 }
 
 void RunningApplications::setLooksForOthers(bool looks) {
-    std::lock_guard lock(mutex_);
     looksForOthers_ = looks;
     if (looks) {
         startWatching();

@@ -3,6 +3,8 @@
 #include "FileDescriptor.h"
 #include "Workspace.h"
 
+#include <atomic>
+#include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
@@ -47,10 +49,13 @@ public:
     std::shared_ptr<void> holdTermination(const std::string& bundlePath);
 
 private:
+    using Time = std::chrono::steady_clock::time_point;
+
     struct Application {
         std::optional<std::string> bundleIdentifier; // as it was when the application was first seen
         std::map<pid_t, FileDescriptor> processes;   // pidfds
         std::uint64_t opened = 0;                    // counts up; 0 when somebody else started it
+        std::optional<Time> alone;                   // since when it has no process that is known
     };
 
     bool isRunning(const std::string& bundle) const;
@@ -63,6 +68,8 @@ private:
     void wake() const;
     void run();
     void collectEnded(const std::vector<pid_t>& ended);
+    void lookAfterAlone();
+    int patience(Time nextLook) const;
 
     const std::function<void(const RunningApplication&)> applicationDidTerminate_;
     FileDescriptor wake_;
@@ -71,8 +78,9 @@ private:
     std::map<std::string, int> holds_;
     std::map<std::string, RunningApplication> ended_; // and not reported yet
     std::uint64_t openings_ = 0;
-    bool looksForOthers_ = false;
     bool stops_ = false;
+    std::atomic<bool> looksForOthers_ = false;
+    std::mutex threadMutex_;
     std::thread thread_; // once there is something to watch
 };
 

@@ -103,10 +103,14 @@ SingleInstance::SingleInstance(std::string identifier)
       connection_(DBusConnection::Bus::Session, kPatience), stop_(::eventfd(0, EFD_CLOEXEC)) {}
 
 SingleInstance::~SingleInstance() {
+    leave();
     if (thread_.joinable()) {
-        ::eventfd_write(stop_.get(), 1);
         thread_.join();
     }
+}
+
+void SingleInstance::leave() {
+    ::eventfd_write(stop_.get(), 1);
 }
 
 bool SingleInstance::handOver() {
@@ -114,12 +118,15 @@ bool SingleInstance::handOver() {
         return false;
     }
     // The display's own name first: who holds it is the copy that is meant.
+    const auto deadline = std::chrono::steady_clock::now() + kPatience;
     for (const auto& name : {identifier_ + '.' + nameElement(display_), identifier_}) {
-        connection_.setLimit(kPatience);
-        if (claim(name)) {
-            reachable_ = true;
-        } else if (ownerComesForward(name)) {
+        bool isOurs = claim(name);
+        if (!isOurs && ownerComesForward(name, deadline)) {
             return true;
+        }
+        // An owner that was about to end has given the name up meanwhile.
+        if (isOurs || claim(name)) {
+            reachable_ = true;
         }
     }
     return false;
@@ -128,6 +135,7 @@ bool SingleInstance::handOver() {
 bool SingleInstance::claim(const std::string& name) {
     constexpr std::uint32_t kDoNotQueue = 4;
     constexpr std::uint32_t kPrimaryOwner = 1;
+    connection_.setLimit(kPatience); // the bus itself answers at once
     auto call = connection_.methodCall("org.freedesktop.DBus", "/org/freedesktop/DBus",
                                        "org.freedesktop.DBus", "RequestName");
     if (!call || sd_bus_message_append(call.get(), "su", name.c_str(), kDoNotQueue) < 0) {
@@ -138,7 +146,9 @@ bool SingleInstance::claim(const std::string& name) {
     return answer && sd_bus_message_read(answer.get(), "u", &outcome) >= 0 && outcome == kPrimaryOwner;
 }
 
-bool SingleInstance::ownerComesForward(const std::string& name) {
+bool SingleInstance::ownerComesForward(const std::string& name, Time deadline) {
+    connection_.setLimit(
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now()));
     auto call = connection_.methodCall(name.c_str(), path_.c_str(), kInterface, "Activate");
     if (!call) {
         return false;
@@ -159,7 +169,8 @@ bool SingleInstance::ownerComesForward(const std::string& name) {
     return connection_.send(call) != nullptr;
 }
 
-void SingleInstance::serve(std::function<void(const Activation&)> activate) {
+void SingleInstance::serve(std::function<bool(const Activation&)> activate,
+                           std::function<void()> connectionLost) {
     static const sd_bus_vtable kMembers[] = {
         SD_BUS_VTABLE_START(0),
         SD_BUS_METHOD("Activate", "a{sv}", "", activateCalled, SD_BUS_VTABLE_UNPRIVILEGED),
@@ -167,6 +178,7 @@ void SingleInstance::serve(std::function<void(const Activation&)> activate) {
         SD_BUS_METHOD("ActivateAction", "sava{sv}", "", actionCalled, SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_VTABLE_END};
     activate_ = std::move(activate);
+    connectionLost_ = std::move(connectionLost);
     if (!reachable_ ||
         sd_bus_add_object_vtable(connection_.bus(), nullptr, path_.c_str(), kInterface, kMembers, this) < 0) {
         reachable_ = false;
@@ -199,8 +211,9 @@ int SingleInstance::activateFor(sd_bus_message* call, sd_bus_error* error) {
                                       "Its windows are on another display.");
     }
     // Answered once it has been done: a copy that hangs does not answer.
-    activate_(data.activation);
-    return sd_bus_reply_method_return(call, "");
+    return activate_(data.activation)
+               ? sd_bus_reply_method_return(call, "")
+               : sd_bus_error_set_const(error, SD_BUS_ERROR_FAILED, "It is about to end.");
 }
 
 void SingleInstance::run() {
@@ -218,11 +231,12 @@ void SingleInstance::run() {
              {.fd = stop_.get(), .events = POLLIN, .revents = 0}}};
         ::poll(descriptors.data(), descriptors.size(), -1);
         if (descriptors[1].revents != 0) {
+            connection_.close();
             return;
         }
     }
     reachable_ = false;
-    activate_({});
+    connectionLost_();
 }
 
 } // namespace platform

@@ -34,16 +34,23 @@ public:
     // seconds is ignored. Called once, before anything else.
     bool handOver();
 
-    // Calls `activate` on a thread of its own whenever the program is started again, and once more should the
-    // bus be lost, since nobody can call after that. Does nothing when `isReachable` is false.
-    void serve(std::function<void(const Activation&)> activate);
+    // Both are called on a thread of its own: `activate` whenever the program is started again, and answers
+    // whether it came forward; `connectionLost` when the bus has gone and nobody can call any more. Does
+    // nothing when `isReachable` is false.
+    void serve(std::function<bool(const Activation&)> activate, std::function<void()> connectionLost);
+
+    // The program is about to end: gives the names up, so that a start from now on is one of its own. Returns
+    // at once; a call that is under way may still come to its end.
+    void leave();
 
     // Would a second start find this copy? Any thread.
     bool isReachable() const { return reachable_; }
 
 private:
+    using Time = std::chrono::steady_clock::time_point;
+
     bool claim(const std::string& name);
-    bool ownerComesForward(const std::string& name);
+    bool ownerComesForward(const std::string& name, Time deadline);
     void run();
     static int activateCalled(sd_bus_message* call, void* instance, sd_bus_error* error);
     static int openCalled(sd_bus_message* call, void* instance, sd_bus_error* error);
@@ -55,7 +62,8 @@ private:
     const std::string path_; // of the object on the bus
     DBusConnection connection_;
     FileDescriptor stop_;
-    std::function<void(const Activation&)> activate_;
+    std::function<bool(const Activation&)> activate_;
+    std::function<void()> connectionLost_;
     std::atomic<bool> reachable_ = false;
     std::thread thread_;
 };

@@ -46,6 +46,11 @@ TEST_F(PanelWindowTest, ClosingOneThatWasHiddenMeanwhileEndsTheProgram) {
     EXPECT_TRUE(sandbox::workspace().events().empty());
     window.close();
     EXPECT_EQ(sandbox::workspace().events(), std::vector<std::string>{"terminate"});
+
+    widget.showMinimized();
+    sandbox::application().hide();
+    window.close();
+    EXPECT_EQ(sandbox::workspace().events(), (std::vector<std::string>{"terminate", "hide", "terminate"}));
 }
 
 TEST_F(PanelWindowTest, BecomesKeyInFront) {

@@ -20,12 +20,16 @@ constexpr const char* kIdentifier = "com.vantorel.Launcher";
 // Which activations arrived, with their tokens.
 class Arrivals {
 public:
-    std::function<void(const SingleInstance::Activation&)> recorder() {
-        return [this](const SingleInstance::Activation& activation) {
+    std::function<bool(const SingleInstance::Activation&)> recorder(bool comesForward = true) {
+        return [this, comesForward](const SingleInstance::Activation& activation) {
             std::lock_guard lock(mutex_);
             tokens_.push_back(activation.token.value_or("(none)"));
             changed_.notify_all();
+            return comesForward;
         };
+    }
+    std::function<void()> lossRecorder() {
+        return [this] { recorder()({.token = "lost"}); };
     }
     std::vector<std::string> wait(std::size_t count) {
         std::unique_lock lock(mutex_);
@@ -64,7 +68,7 @@ TEST_F(SingleInstanceTest, TheSecondAsksTheFirstToComeForward) {
     SingleInstance first(kIdentifier);
     EXPECT_FALSE(first.handOver());
     EXPECT_TRUE(first.isReachable());
-    first.serve(arrivals.recorder());
+    first.serve(arrivals.recorder(), arrivals.lossRecorder());
 
     EXPECT_TRUE(SingleInstance(kIdentifier).handOver());
     onDisplay(":1.0"); // another screen of the same display
@@ -80,7 +84,7 @@ TEST_F(SingleInstanceTest, TheNameIsFreeOnceTheFirstHasEnded) {
     {
         SingleInstance first(kIdentifier);
         EXPECT_FALSE(first.handOver());
-        first.serve(arrivals.recorder());
+        first.serve(arrivals.recorder(), arrivals.lossRecorder());
     }
     SingleInstance next(kIdentifier);
     EXPECT_FALSE(next.handOver());
@@ -88,16 +92,37 @@ TEST_F(SingleInstanceTest, TheNameIsFreeOnceTheFirstHasEnded) {
     EXPECT_THAT(arrivals.soFar(), IsEmpty());
 }
 
+TEST_F(SingleInstanceTest, AStartWhileTheFirstEndsIsOneOfItsOwn) {
+    SingleInstance first(kIdentifier);
+    EXPECT_FALSE(first.handOver());
+    first.serve(
+        [&first](const SingleInstance::Activation&) {
+            first.leave();
+            return false;
+        },
+        [] {});
+    SingleInstance next(kIdentifier);
+    EXPECT_FALSE(next.handOver());
+
+    // The first gives its names up on its own thread.
+    bool reachable = next.isReachable();
+    while (!reachable) {
+        SingleInstance another(kIdentifier);
+        EXPECT_FALSE(another.handOver());
+        reachable = another.isReachable();
+    }
+}
+
 TEST_F(SingleInstanceTest, EveryDisplayHasOneOfItsOwn) {
     Arrivals others;
     SingleInstance first(kIdentifier);
     EXPECT_FALSE(first.handOver());
-    first.serve(arrivals.recorder());
+    first.serve(arrivals.recorder(), arrivals.lossRecorder());
     onDisplay("elsewhere:10.0");
     SingleInstance second(kIdentifier);
     EXPECT_FALSE(second.handOver());
     EXPECT_TRUE(second.isReachable());
-    second.serve(others.recorder());
+    second.serve(others.recorder(), others.lossRecorder());
     EXPECT_TRUE(SingleInstance(kIdentifier).handOver());
     setenv("WAYLAND_DISPLAY", "wayland-0", 1);
     SingleInstance third(kIdentifier);
@@ -109,7 +134,7 @@ TEST_F(SingleInstanceTest, EveryDisplayHasOneOfItsOwn) {
 TEST_F(SingleInstanceTest, AnswersTheDesktop) {
     SingleInstance first(kIdentifier);
     EXPECT_FALSE(first.handOver());
-    first.serve(arrivals.recorder());
+    first.serve(arrivals.recorder(), arrivals.lossRecorder());
     auto desktop = bus->connect();
     const auto* path = "/com/vantorel/Launcher";
     const auto* interface = "org.freedesktop.Application";
@@ -131,7 +156,7 @@ TEST_F(SingleInstanceTest, AnOwnerThatDoesNotAnswerIsIgnored) {
     SingleInstance first(kIdentifier);
     EXPECT_FALSE(first.handOver());
     EXPECT_TRUE(first.isReachable()); // by the display's name
-    first.serve(arrivals.recorder());
+    first.serve(arrivals.recorder(), arrivals.lossRecorder());
     EXPECT_TRUE(SingleInstance(kIdentifier).handOver());
 }
 
@@ -141,16 +166,16 @@ TEST_F(SingleInstanceTest, WithoutABusThereMayBeMany) {
         SingleInstance first(kIdentifier);
         EXPECT_FALSE(first.handOver());
         EXPECT_FALSE(first.isReachable());
-        first.serve(arrivals.recorder());
+        first.serve(arrivals.recorder(), arrivals.lossRecorder());
     }
     EXPECT_THAT(arrivals.soFar(), IsEmpty());
 }
 
-TEST_F(SingleInstanceTest, ALostBusBringsTheProgramBack) {
+TEST_F(SingleInstanceTest, ALostBusIsTold) {
     SingleInstance first(kIdentifier);
     EXPECT_FALSE(first.handOver());
-    first.serve(arrivals.recorder());
+    first.serve(arrivals.recorder(), arrivals.lossRecorder());
     bus.reset();
-    EXPECT_THAT(arrivals.wait(1), ElementsAre("(none)"));
+    EXPECT_THAT(arrivals.wait(1), ElementsAre("lost"));
     EXPECT_FALSE(first.isReachable());
 }

@@ -32,7 +32,7 @@ class IdleTest(DesktopTest):
 
     def assert_sleeps(self):
         """What has been begun may come to its end first: fades, scans, threads that wait for more to do."""
-        wait_until(lambda: not self.wakes_up_within(5), "five seconds without a wake-up", limit=45)
+        wait_until(lambda: not self.wakes_up_within(10), "ten seconds without a wake-up", limit=50)
 
     def test_sleeps_while_the_panel_is_visible(self):
         self.assert_sleeps()

@@ -23,6 +23,12 @@ echo $$ >>"$NOTES/starts"
 "$0.window" &
 """
 
+# The same by way of other programs, in which it is not to be recognised for a moment.
+ROUNDABOUT_WRAPPER = """#!/bin/sh
+echo $$ >>"$NOTES/starts"
+setsid env nice "$0.window" &
+"""
+
 
 class LaunchTest(DesktopTest):
     def setUp(self):
@@ -194,7 +200,13 @@ class LaunchTest(DesktopTest):
         launcher.wait_until_back()
 
     def test_a_wrapper_that_starts_the_real_program_and_ends(self):
-        tool = self.root.add("Wrappel", WRAPPER)
+        self.check_wrapper(WRAPPER)
+
+    def test_a_wrapper_that_starts_the_real_program_in_a_roundabout_way(self):
+        self.check_wrapper(ROUNDABOUT_WRAPPER)
+
+    def check_wrapper(self, script):
+        tool = self.root.add("Wrappel", script)
         launcher = self.open_panel()
         launcher.double_click(tool.name)
         self.wait_until_active(tool)

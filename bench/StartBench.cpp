@@ -39,7 +39,7 @@ std::string required(const char* variable) {
 }
 
 struct Freer {
-    void operator()(void* memory) const { std::free(memory); }
+    void operator()(void* memory) const { std::free(memory); } // NOLINT(cppcoreguidelines-no-malloc): xcb's
 };
 
 // Sees every window that is made on the display, and when it is first painted.
@@ -52,7 +52,7 @@ public:
         }
         auto damage = xcb_get_extension_data(connection_, &xcb_damage_id);
         firstEvent_ = damage->first_event;
-        std::unique_ptr<void, Freer>(xcb_damage_query_version_reply(
+        const std::unique_ptr<void, Freer> version(xcb_damage_query_version_reply(
             connection_, xcb_damage_query_version(connection_, 1, 1), nullptr));
         const std::uint32_t mask = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
         xcb_change_window_attributes(connection_, hints_.screens[0]->root, XCB_CW_EVENT_MASK, &mask);
@@ -158,7 +158,7 @@ void BM_Start(benchmark::State& state) {
     Display display;
     startOnce(display, bare, false); // from here on the files are in memory
     startOnce(display, launcher, false);
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         std::vector<double> launcherTimes;
         std::vector<double> bareTimes;
         double launcherMemory = 0;

@@ -127,6 +127,7 @@ std::vector<QByteArray> pngElements(std::string_view file, int pixels) {
     }
     std::ranges::stable_sort(ranked, {}, &std::pair<int, std::string_view>::first);
     std::vector<QByteArray> elements;
+    elements.reserve(ranked.size());
     for (const auto& [order, data] : ranked) {
         elements.push_back(QByteArray::fromRawData(data.data(), static_cast<qsizetype>(data.size())));
     }

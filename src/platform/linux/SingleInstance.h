@@ -12,8 +12,8 @@
 namespace platform {
 
 // Sees to it that a user runs one copy of the program on a display, by a name on the session bus. A second
-// copy asks the first to come forward, through org.freedesktop.Application as the Desktop Entry
-// Specification has it, and leaves.
+// copy asks the first to come forward, through freedesktop.org's interface org.freedesktop.Application, and
+// leaves.
 //
 // The name is the program's identifier, and besides it one for the display: a user may have two displays on
 // one bus, as when logged in from another machine.

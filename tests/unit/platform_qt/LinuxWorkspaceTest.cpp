@@ -56,3 +56,40 @@ TEST(LinuxWorkspace, StartsApplicationsInTheEnvironmentOfItsOwnStart) {
     workspace.openFile(bundle);
     EXPECT_EQ(sandbox::readFile(pipe), "as it was []\n");
 }
+
+TEST(LinuxWorkspace, OpensFilesAndAddressesWithWhatTheDesktopHasForThem) {
+    const auto pipe = sandbox::folder() + "/pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const auto opener = sandbox::folder() + "/bin/xdg-open";
+    sandbox::writeFile(opener, "#!/bin/sh\necho \"$# $1\" > " + pipe + "\n");
+    std::filesystem::permissions(opener, std::filesystem::perms::owner_all);
+    setenv("PATH", (sandbox::folder() + "/bin").c_str(), 1);
+    platform::LinuxWorkspace workspace;
+    workspace.openFile("/a folder/Manual & more.pdf");
+    EXPECT_EQ(sandbox::readFile(pipe), "1 file:///a%20folder/Manual%20%26%20more.pdf\n");
+    workspace.openURL("https://www.vantorel.example/?app=launcher&version=1.0");
+    EXPECT_EQ(sandbox::readFile(pipe), "1 https://www.vantorel.example/?app=launcher&version=1.0\n");
+}
+
+TEST(LinuxWorkspace, FindsARunningApplicationBeforeOneOnDisk) {
+    const auto installed = sandbox::root() + "/Applications/Twice.app";
+    const auto running = sandbox::folder() + "/elsewhere/Twice.app";
+    const auto started = sandbox::folder() + "/started";
+    const auto gate = sandbox::folder() + "/gate";
+    ASSERT_EQ(mkfifo(started.c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo(gate.c_str(), 0600), 0);
+    for (const auto& bundle : {installed, running}) {
+        const auto program = bundle + "/Contents/MacOS/Twice";
+        sandbox::writeFile(program, "#!/bin/sh\necho up > " + started + "\nread -r line < " + gate + "\n");
+        std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+        sandbox::writeFile(bundle + "/Contents/Info.plist",
+                           "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key>"
+                           "<string>com.vantorel.Twice</string></dict></plist>");
+    }
+    platform::LinuxWorkspace workspace;
+    EXPECT_EQ(workspace.absolutePathForAppBundleWithIdentifier("com.vantorel.TWICE"), installed);
+    workspace.openFile(running);
+    EXPECT_EQ(sandbox::readFile(started), "up\n");
+    EXPECT_EQ(workspace.absolutePathForAppBundleWithIdentifier("com.vantorel.TWICE"), running);
+    sandbox::writeFile(gate, "\n");
+}

@@ -3,8 +3,10 @@
 #include "StringEncoding.h"
 #include "TaskReference.h"
 
+#include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -83,6 +85,29 @@ public:
     std::shared_ptr<platform::ChildProcess> theTask() const { return theTask_.get(); }
     void setTheTask(std::shared_ptr<platform::ChildProcess> task) { theTask_.set(std::move(task)); }
 
+    // Receives a chunk of output, which is empty at its end, on the reader thread. `object` is what was given
+    // with it; null when nothing was.
+    using Delegate =
+        std::function<void(const std::string& chunk, VTTaskEx& runner, const std::shared_ptr<void>& object)>;
+
+    // Starts the program on a reader thread, its errors discarded, and returns at once. The delegate gets the
+    // output in order, then one empty chunk, unless the program cannot be started or is terminated before.
+    // A second start replaces delegate and child but leaves the first reader at work.
+    void asyncDataFromTask(const Path& path, const Arguments& arguments, Delegate delegate,
+                           std::shared_ptr<void> object = nullptr,
+                           const std::optional<Environment>& environment = std::nullopt);
+
+    // Drops delegate and child, and asks the child to end if it runs. A reader that waits for output logs
+    // that it has been closed, and ends. A call of the delegate that has begun is not waited for.
+    void terminateTask();
+    void terminateAsyncTask();
+
+    // Starts the current child and hands its output on to its end; the reader thread's work.
+    void launchAsyncTask();
+
+    // Hands a chunk to the delegate; an empty one also ends the run.
+    void asyncTaskReturnData(const std::string& chunk);
+
 private:
     static bool isRunnable(const Path& path);
 
@@ -92,4 +117,8 @@ private:
     void startTimeout(double timeout);
 
     TaskReference theTask_;
+
+    std::mutex mutex_; // guards what follows
+    Delegate delegate_;
+    std::shared_ptr<void> object_;
 };

@@ -38,7 +38,8 @@ bool VTTaskEx::isRunnable(const Path& path) {
     }
     auto& files = *platform::current().fileManager;
     const auto tool = platform::toolPath(*path);
-    return files.fileExists(tool) && files.isExecutableFile(tool) &&
+    return files.isExecutableFile(tool) && // which is one that exists
+
            !(platform::isPackageName(tool) && files.isDirectory(tool));
 }
 

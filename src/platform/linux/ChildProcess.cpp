@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <fcntl.h>
 #include <mutex>
+#include <new>
 #include <poll.h>
 #include <span>
 #include <string_view>
@@ -30,6 +31,7 @@ namespace {
 constexpr const char* kInvalidArgument = "NSInvalidArgumentException";
 constexpr const char* kFileHandleOperation = "NSFileHandleOperationException";
 constexpr int kPipeSize = 1 << 20; // bytes; what the system allows without privileges
+constexpr std::size_t kGrowingFast = 4 << 20;
 
 [[noreturn]] void fail(const char* name, int error) {
     throw Exception(name, std::error_code(error, std::generic_category()).message());
@@ -81,6 +83,16 @@ FileDescriptor openProcess(pid_t process) {
     return FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
 }
 
+// Room that has not been written to costs no memory, but moving what is there into larger room costs time.
+void growFast(std::string& bytes) {
+    constexpr std::size_t kFactor = 8;
+    try {
+        bytes.reserve(bytes.size() * kFactor);
+    } catch (const std::bad_alloc&) {
+        // The string finds less by itself.
+    }
+}
+
 // Adds what the pipe holds; false at its end. Does not wait: something or the end must be there.
 bool readAvailable(const FileDescriptor& pipe, std::string& bytes) {
     int available = 0;
@@ -88,7 +100,11 @@ bool readAvailable(const FileDescriptor& pipe, std::string& bytes) {
         fail(kFileHandleOperation, errno);
     }
     const auto length = bytes.size();
-    bytes.resize(length + static_cast<std::size_t>(std::max(available, 1)));
+    const auto wanted = length + static_cast<std::size_t>(std::max(available, 1));
+    if (wanted > bytes.capacity() && length >= kGrowingFast) {
+        growFast(bytes);
+    }
+    bytes.resize(wanted);
     const auto count =
         retrying([&] { return ::read(pipe.get(), bytes.data() + length, bytes.size() - length); });
     if (count < 0) {
@@ -208,6 +224,8 @@ void ChildProcess::launch() try {
             actions.duplicate(childEnds[index].get(), number);
         } else if (streams[index] == Stream::Inherited && isStandardStream(number)) {
             actions.duplicate(number, number);
+        } else if (number == STDERR_FILENO && program.output == Stream::Null) {
+            actions.duplicate(STDOUT_FILENO, number);
         } else {
             actions.open(number, "/dev/null", O_RDWR);
         }
@@ -255,7 +273,7 @@ void ChildProcess::waitUntilExit() {
     {
         std::lock_guard lock(state_->mutex);
         state_->requireLaunch();
-        if (state_->hasEnded()) {
+        if (state_->status) {
             return;
         }
     }

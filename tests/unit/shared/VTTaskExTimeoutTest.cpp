@@ -15,6 +15,8 @@ namespace {
 
 class VTTaskExTimeoutTest : public TaskTest {
 protected:
+    ~VTTaskExTimeoutTest() override { VTLog::finishWriting(); } // with the services of this test
+
     MainLoop& loop() { return *loop_; }
 
     // A time-out that has been performed when this returns is all over for the main thread, and its thread no

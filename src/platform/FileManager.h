@@ -100,6 +100,9 @@ public:
     virtual bool fileExists(const std::string& path) = 0;
     virtual bool isDirectory(const std::string& path) = 0;
 
+    // May this process execute it, or enter it when it is a folder?
+    virtual bool isExecutableFile(const std::string& path) = 0;
+
     // The text stored in the link; absent when `path` is no link.
     virtual std::optional<std::string> destinationOfSymbolicLink(const std::string& path) = 0;
 

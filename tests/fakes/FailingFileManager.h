@@ -34,6 +34,7 @@ public:
 
     bool fileExists(const std::string& path) override { return next_->fileExists(path); }
     bool isDirectory(const std::string& path) override { return next_->isDirectory(path); }
+    bool isExecutableFile(const std::string& path) override { return next_->isExecutableFile(path); }
     std::optional<std::string> destinationOfSymbolicLink(const std::string& path) override {
         return next_->destinationOfSymbolicLink(path);
     }

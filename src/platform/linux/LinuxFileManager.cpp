@@ -110,6 +110,10 @@ bool LinuxFileManager::isDirectory(const std::string& path) {
     return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
+bool LinuxFileManager::isExecutableFile(const std::string& path) {
+    return ::access(path.c_str(), X_OK) == 0;
+}
+
 std::optional<std::string> LinuxFileManager::destinationOfSymbolicLink(const std::string& path) {
     std::string destination(PATH_MAX, '\0');
     ssize_t length = ::readlink(path.c_str(), destination.data(), destination.size());

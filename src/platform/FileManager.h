@@ -104,6 +104,9 @@ public:
     // When the file's contents changed last, links followed; absent when there is no such file.
     virtual std::optional<PropertyList::Date> modificationDate(const std::string& path) = 0;
 
+    // May this process execute it, or enter it when it is a folder?
+    virtual bool isExecutableFile(const std::string& path) = 0;
+
     // The text stored in the link; absent when `path` is no link.
     virtual std::optional<std::string> destinationOfSymbolicLink(const std::string& path) = 0;
 

@@ -38,6 +38,7 @@ public:
     std::optional<platform::PropertyList::Date> modificationDate(const std::string& path) override {
         return next_->modificationDate(path);
     }
+    bool isExecutableFile(const std::string& path) override { return next_->isExecutableFile(path); }
     std::optional<std::string> destinationOfSymbolicLink(const std::string& path) override {
         return next_->destinationOfSymbolicLink(path);
     }

@@ -120,6 +120,10 @@ std::optional<PropertyList::Date> LinuxFileManager::modificationDate(const std::
     return PropertyList::Date{static_cast<double>(whole) + static_cast<double>(status.st_mtim.tv_nsec) / 1e9};
 }
 
+bool LinuxFileManager::isExecutableFile(const std::string& path) {
+    return ::access(path.c_str(), X_OK) == 0;
+}
+
 std::optional<std::string> LinuxFileManager::destinationOfSymbolicLink(const std::string& path) {
     std::string destination(PATH_MAX, '\0');
     ssize_t length = ::readlink(path.c_str(), destination.data(), destination.size());

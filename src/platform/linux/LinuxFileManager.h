@@ -10,6 +10,7 @@ public:
     bool fileExists(const std::string& path) override;
     bool isDirectory(const std::string& path) override;
     std::optional<PropertyList::Date> modificationDate(const std::string& path) override;
+    bool isExecutableFile(const std::string& path) override;
     std::optional<std::string> destinationOfSymbolicLink(const std::string& path) override;
     std::unique_ptr<Folder> openFolder(const std::string& path) override;
     FileContents contents(const std::string& path, std::size_t limit) override;

@@ -15,16 +15,6 @@ namespace {
 constexpr const char* kNotExecutable = "Error: %@ is not executable";
 constexpr const char* kException = "Exception running task %@: %@";
 
-bool isRunnable(const VTTaskEx::Path& path) {
-    if (!path) {
-        return false;
-    }
-    auto& files = *platform::current().fileManager;
-    const auto tool = platform::toolPath(*path);
-    return files.fileExists(tool) && files.isExecutableFile(tool) &&
-           !(platform::isPackageName(tool) && files.isDirectory(tool));
-}
-
 void tellConsoleAndLog(const std::string& text) {
     platform::current().consoleLog->log(text);
     VTLog::appendLog(text);
@@ -40,11 +30,17 @@ std::shared_ptr<ChildProcess> makeSilentTask(const std::string& path, const VTTa
     return child;
 }
 
-std::optional<std::string> text(std::optional<std::string> bytes, VTTaskEx::Encoding encoding) {
-    return bytes ? platform::decoded(std::move(*bytes), encoding) : std::string();
-}
-
 } // namespace
+
+bool VTTaskEx::isRunnable(const Path& path) {
+    if (!path) {
+        return false;
+    }
+    auto& files = *platform::current().fileManager;
+    const auto tool = platform::toolPath(*path);
+    return files.fileExists(tool) && files.isExecutableFile(tool) &&
+           !(platform::isPackageName(tool) && files.isDirectory(tool));
+}
 
 bool VTTaskEx::runTask(const Path& path, const Arguments& arguments, TaskReference* task) {
     if (!isRunnable(path)) {
@@ -121,4 +117,8 @@ long VTTaskEx::terminationCodeFromTask(const Path& path, const Arguments& argume
     child->launch();
     child->waitUntilExit();
     return child->terminationStatus();
+}
+
+std::optional<std::string> VTTaskEx::text(std::optional<std::string> bytes, Encoding encoding) {
+    return bytes ? platform::decoded(std::move(*bytes), encoding) : std::string();
 }

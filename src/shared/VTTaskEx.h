@@ -14,7 +14,12 @@
 // ends, however long that takes. Failures are logged and, but for the exit code, never thrown. Any thread.
 //
 // `task`, when given, is handed the child before it starts, and keeps it.
-class VTTaskEx {
+//
+// A run with a time-out asks the child to end (SIGTERM) after so many whole seconds, if it runs then. That is
+// done on the main thread, so only while its loop runs: callers that need the time-out are on another thread.
+//
+// An instance serves one run at a time. It is owned by shared pointers, of which its threads hold one each.
+class VTTaskEx : public std::enable_shared_from_this<VTTaskEx> {
 public:
     using Path = std::optional<std::string>; // absent is a program that cannot be run
     using Arguments = std::vector<std::string>;
@@ -47,4 +52,44 @@ public:
     // when it cannot be executed. Throws platform::Exception when starting it fails all the same.
     static long terminationCodeFromTask(const Path& path, const Arguments& arguments,
                                         TaskReference* task = nullptr);
+
+    // With a time-out in seconds. What a run that is cut short returns is what it had: the output so far, or
+    // the signal as the exit code.
+    static void runTask(const Path& path, const Arguments& arguments, double timeout);
+    static std::optional<std::string> dataFromTask(const Path& path, const Arguments& arguments,
+                                                   double timeout);
+    static std::optional<std::string> stringFromTask(const Path& path, const Arguments& arguments,
+                                                     double timeout);
+    static std::optional<std::string> stringFromTask(const Path& path, const Arguments& arguments,
+                                                     Encoding encoding, double timeout);
+    static long terminationCodeFromTask(const Path& path, const Arguments& arguments, double timeout);
+
+    // The same on this instance.
+    void runTaskWithTimeout(const Path& path, const Arguments& arguments, double timeout);
+    std::optional<std::string> dataFromTaskWithTimeout(const Path& path, const Arguments& arguments,
+                                                       double timeout);
+    long terminationCodeFromTaskWithTimeout(const Path& path, const Arguments& arguments, double timeout);
+
+    // What a time-out counts as: truncated towards zero, and never negative.
+    static int wholeSeconds(double timeout);
+
+    // Sleeps, then has `timeout` performed on the main thread and waits for that.
+    void setupTimeout(int seconds);
+
+    // Ends the child of the current run, if there is one and it runs. On the main thread.
+    void timeout();
+
+    // The child of the current run; null when there is none.
+    std::shared_ptr<platform::ChildProcess> theTask() const { return theTask_.get(); }
+    void setTheTask(std::shared_ptr<platform::ChildProcess> task) { theTask_.set(std::move(task)); }
+
+private:
+    static bool isRunnable(const Path& path);
+
+    // Of bytes that may be absent: what the text forms return.
+    static std::optional<std::string> text(std::optional<std::string> bytes, Encoding encoding);
+
+    void startTimeout(double timeout);
+
+    TaskReference theTask_;
 };

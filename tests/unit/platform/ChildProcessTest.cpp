@@ -73,13 +73,9 @@ std::string makeFifo(const std::string& name) {
     return path(name);
 }
 
-// Waits until somebody has the other end open.
-FileDescriptor openFifo(const std::string& fifo, int flags) {
-    return FileDescriptor(platform::retrying([&] { return ::open(fifo.c_str(), flags | O_CLOEXEC); }));
-}
-
+// Waits until somebody reads.
 void letGo(const std::string& fifo) {
-    openFifo(fifo, O_WRONLY);
+    FileDescriptor(platform::retrying([&] { return ::open(fifo.c_str(), O_WRONLY | O_CLOEXEC); }));
 }
 
 std::size_t openDescriptors() {
@@ -381,7 +377,7 @@ TEST(ChildProcess, AGrandchildDoesNotOutwaitTheRequestToEnd) {
                              "; while :; do wait; done"));
     child.launch();
     std::jthread end([&] {
-        openFifo(ready, O_RDONLY);
+        sandbox::readFile(ready);
         child.terminate();
     });
     EXPECT_EQ(child.collect().output, "early\n");

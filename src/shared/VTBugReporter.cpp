@@ -9,15 +9,19 @@
 #include "VTException.h"
 #include "VTLocalPaths.h"
 #include "VTLog.h"
+#include "VTTaskEx.h"
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
+#include <sstream>
 #include <vector>
 
 using platform::PropertyList;
 
 namespace {
 
+constexpr double kChownTimeout = 5.0; // seconds
 constexpr const char* kHelperIdentifier = "com.vantorel.BugReporter";
 
 PropertyList::Date now() {
@@ -71,6 +75,7 @@ void recordNow(const char* key, const std::optional<std::string>& plistPath, con
     } catch (const platform::Exception& exception) {
         VTException::logException(exception, method);
     }
+    VTBugReporter::chownPlist(*plistPath);
 }
 
 std::optional<std::string> mainBundleName() {
@@ -163,6 +168,21 @@ void VTBugReporter::startBugReporterWithDelegate(const Delegate& applicationDidC
 
 void VTBugReporter::stopBugReporter(const std::optional<std::string>& plistPath) {
     recordNow("exit", plistPath, "+[VTBugReporter stopBugReporter:]");
+}
+
+void VTBugReporter::chownPlist(const std::string& path) {
+    std::vector<std::string> components;
+    std::istringstream stream(path);
+    for (std::string component; std::getline(stream, component, '/');) {
+        if (!component.empty()) {
+            components.push_back(component);
+        }
+    }
+    const auto users = std::ranges::find(components, "Users");
+    if (users == components.end() || users + 1 == components.end()) {
+        return;
+    }
+    VTTaskEx::runTask("/usr/sbin/chown", {*(users + 1), path}, kChownTimeout);
 }
 
 std::optional<std::string> VTBugReporter::checkForCrashes(const std::optional<std::string>& appName,

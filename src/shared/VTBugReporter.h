@@ -26,6 +26,10 @@ public:
     // Records the orderly end.
     static void stopBugReporter(const std::optional<std::string>& plistPath = std::nullopt);
 
+    // Hands a file below "Users" back to the owner of the home that it lies in, in case root has written it.
+    // Waits for at most five seconds.
+    static void chownPlist(const std::string& path);
+
     // The crash log of the last run, which the "Bug Reporter" has then been asked to show; absent when that
     // run ended in order, or left no log that is younger than its launch. Logs are those whose names begin
     // with the application's name and "_", case ignored; without a name, with that of the main bundle. In

@@ -2,10 +2,16 @@
 
 #include "Bundle.h"
 #include "Platform.h"
+#include "PropertyListSerialization.h"
 #include "VTLocalPaths.h"
 #include "VTLog.h"
+#include "VTTaskEx.h"
 
 #include <cstdint>
+#include <system_error>
+#include <thread>
+
+using platform::PropertyList;
 
 namespace {
 
@@ -27,7 +33,40 @@ std::optional<std::string> updaterInside() {
     return bundle ? std::optional(bundle->resourcePath() + "/" + kUpdaterName) : std::nullopt;
 }
 
+// A program in no bundle has its folder for one.
+std::string ownPath() {
+    const auto bundle = platform::Bundle::main();
+    const auto executable = platform::mainExecutablePath();
+    return bundle ? bundle->path : executable.substr(0, executable.rfind('/'));
+}
+
+bool isZero(const PropertyList& value) {
+    return value == PropertyList(false) || value == PropertyList(0) || value == PropertyList(0.0);
+}
+
+bool checksAtStartup() {
+    const auto path =
+        VTLocalPaths::appending(VTLocalPaths::prefsDirectory(true), "com.vantorel.global.plist");
+    const auto preferences = path ? platform::dictionaryWithContentsOfFile(*path) : std::nullopt;
+    if (!preferences) {
+        return true;
+    }
+    const auto found = preferences->find("SUCheckAtStartup");
+    return found == preferences->end() || !isZero(found->second);
+}
+
 } // namespace
+
+void VTSoftwareUpdate::startup() {
+    if (!checksAtStartup()) {
+        return;
+    }
+    try {
+        std::thread(automaticallyCheckForUpdates).detach();
+    } catch (const std::system_error& error) {
+        platform::current().consoleLog->log(std::string("No thread to look for updates on: ") + error.what());
+    }
+}
 
 std::optional<std::string> VTSoftwareUpdate::updaterPath() {
     const auto installed = VTLocalPaths::appending(VTLocalPaths::applicationDirectory(false),
@@ -53,4 +92,23 @@ void VTSoftwareUpdate::launchSoftwareUpdate() {
     } else {
         VTLog::appendLogAndPrint(kNoPath);
     }
+}
+
+void VTSoftwareUpdate::automaticallyCheckForUpdates() {
+    const auto path = updaterPath();
+    if (!path) {
+        VTLog::appendLogAndPrint(kNoPath);
+        return;
+    }
+    if (!platform::current().fileManager->isDirectory(*path)) {
+        VTLog::appendLogAndPrint("Unable to launch Software Update - updater bundle not found.");
+        return;
+    }
+    std::string problem;
+    const auto executable = platform::Bundle{*path}.executablePath(problem);
+    if (!executable) {
+        VTLog::appendLogAndPrint("Unable to launch Software Update - executable path doesn't exist");
+        return;
+    }
+    VTTaskEx::runTaskAndReturn(executable, {"-checkpath", ownPath()});
 }

@@ -7,6 +7,13 @@
 // printed; nothing throws.
 class VTSoftwareUpdate {
 public:
+    // The panel has been loaded.
+    void awakeFromNib() { startup(); }
+
+    // Lets the updater look for updates on a thread of its own, unless the suite's preference
+    // "SUCheckAtStartup" is a number equal to 0. Returns at once.
+    void startup();
+
     // The user asks for it.
     void manualUpdateCheck() { launchSoftwareUpdate(); }
 
@@ -17,4 +24,8 @@ public:
 
     // Opens the updater for the user.
     static void launchSoftwareUpdate();
+
+    // Starts the updater in the background, to look for updates of the bundle that this program lies in, and
+    // does not wait for it. For a thread of its own.
+    static void automaticallyCheckForUpdates();
 };

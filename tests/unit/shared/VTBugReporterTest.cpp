@@ -16,6 +16,7 @@
 #include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 using platform::PropertyList;
 using testing::ElementsAre;
@@ -318,4 +319,40 @@ TEST_F(VTBugReporterTest, AFileThatCannotBeWrittenIsLogged) {
     sandbox::makeFolder(sandbox::home() + "/folder.plist");
     EXPECT_NE(output([] { VTBugReporter::stopBugReporter(sandbox::home() + "/folder.plist"); }), "");
     EXPECT_TRUE(std::filesystem::is_directory(sandbox::home() + "/folder.plist"));
+}
+
+TEST_F(VTBugReporterTest, HandsAFileInAHomeToTheHomesOwner) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can give files away";
+    }
+    const auto ownerOf = [](const std::string& path) {
+        struct stat status {};
+        EXPECT_EQ(::stat(path.c_str(), &status), 0) << path;
+        return status.st_uid;
+    };
+    constexpr uid_t kDaemon = 1; // the same on every Debian system
+    const auto folder = sandbox::folder();
+    for (const char* name : {"/Users/daemon/Library/Preferences/x.plist", "/Library/Preferences/x.plist",
+                             "/users/daemon/x.plist", "/Users"}) {
+        sandbox::makeFolder(folder + "/Users");
+        if (std::string(name) != "/Users") {
+            sandbox::writeFile(folder + name, "");
+        }
+        VTBugReporter::chownPlist(folder + name);
+    }
+    EXPECT_EQ(ownerOf(folder + "/Users/daemon/Library/Preferences/x.plist"), kDaemon);
+    EXPECT_EQ(ownerOf(folder + "/Library/Preferences/x.plist"), 0U);
+    EXPECT_EQ(ownerOf(folder + "/users/daemon/x.plist"), 0U);
+    EXPECT_EQ(ownerOf(folder + "/Users"), 0U);
+    EXPECT_EQ(ownerOf(folder + "/Users/daemon/Library/Preferences"), 0U);
+
+    // The first one counts.
+    sandbox::makeFolder(folder + "/Users/daemon/Users/bin");
+    const auto stamps = folder + "/Users/daemon/Users/bin/stamps.plist";
+    VTBugReporter::startBugReporter("Launcher", stamps);
+    EXPECT_EQ(ownerOf(stamps), kDaemon);
+    std::filesystem::remove(stamps);
+    VTBugReporter::stopBugReporter(stamps);
+    EXPECT_EQ(ownerOf(stamps), kDaemon);
+    VTBugReporter::chownPlist(folder + "/Users/nobody has this name/x.plist"); // nothing comes of it
 }

@@ -143,3 +143,48 @@ TEST_F(VTSoftwareUpdateTest, TheUserMayAskForTheUpdater) {
     EXPECT_EQ(printed, "");
     EXPECT_THAT(sandbox::workspace().events(), ElementsAre("open " + installed()));
 }
+
+TEST_F(VTSoftwareUpdateTest, AnAutomaticCheckSaysWhyThereIsNone) {
+    makeCurrentFile();
+    EXPECT_EQ(output(VTSoftwareUpdate::automaticallyCheckForUpdates),
+              "Unable to launch Software Update - updater bundle not found.\n");
+    makeUpdater(installed(), "5"); // without a program
+    EXPECT_EQ(output(VTSoftwareUpdate::automaticallyCheckForUpdates),
+              "Unable to launch Software Update - executable path doesn't exist\n");
+    VTLog::finishWriting();
+    EXPECT_THAT(entries(1), ElementsAre("Unable to launch Software Update - updater bundle not found.",
+                                        "Unable to launch Software Update - executable path doesn't exist"));
+    EXPECT_THAT(sandbox::workspace().events(), IsEmpty());
+}
+
+TEST_F(VTSoftwareUpdateTest, ChecksAtStartUnlessThePreferenceIsZero) {
+    makeUpdater(installed(), "5");
+    const auto pipe = sandbox::folder() + "/arguments";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const auto program = installed() + "/Contents/MacOS/Vantorel Software Update";
+    const auto count = sandbox::folder() + "/count";
+    sandbox::writeFile(program,
+                       "#!/bin/sh\necho started >> " + count + "\necho \"$# $1 $2\" > " + pipe + "\n");
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+
+    using platform::PropertyList;
+    for (const auto& value : {PropertyList(false), PropertyList(0), PropertyList(0.0)}) {
+        setPreferences({{"SUCheckAtStartup", value}});
+        VTSoftwareUpdate().awakeFromNib();
+    }
+    const auto executable = platform::mainExecutablePath();
+    const auto expected = "2 -checkpath " + executable.substr(0, executable.rfind('/')) + "\n";
+    std::string starts;
+    for (const auto& value : {PropertyList(true), PropertyList(1), PropertyList("0"), PropertyList("NO")}) {
+        setPreferences({{"SUCheckAtStartup", value}});
+        VTSoftwareUpdate().awakeFromNib();
+        EXPECT_EQ(sandbox::readFile(pipe), expected); // waits for the updater
+        starts += "started\n";
+        EXPECT_EQ(sandbox::readFile(count), starts);
+    }
+    setPreferences({});
+    VTSoftwareUpdate().startup();
+    EXPECT_EQ(sandbox::readFile(pipe), expected);
+    EXPECT_EQ(sandbox::readFile(count), starts + "started\n");
+    EXPECT_THAT(sandbox::workspace().events(), IsEmpty()); // it stays in the background
+}

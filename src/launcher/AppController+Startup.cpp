@@ -2,6 +2,7 @@
 
 #include "Platform.h"
 #include "Threads.h"
+#include "VTBugReporter.h"
 #include "VTException.h"
 #include "VTLog.h"
 #include "VTWindowController.h"
@@ -9,6 +10,7 @@
 #include <chrono>
 
 std::shared_ptr<AppController> AppController::init() {
+    VTBugReporter::startBugReporter();
     VTLog::createNewLog();
     platform::current().userDefaults->registerDefaults({{"unhideOnLaunchedAppExit", 1}, {"sortType", 0}});
     return std::shared_ptr<AppController>(new AppController);
@@ -64,5 +66,6 @@ bool AppController::applicationShouldTerminateAfterLastWindowClosed() const {
 }
 
 bool AppController::applicationWillTerminate() {
+    VTBugReporter::stopBugReporter();
     return threads_.finish(std::chrono::milliseconds(500));
 }

@@ -35,7 +35,7 @@ public:
     // --- The program's life and its menus (AppController+Startup.cpp, AppController+Help.cpp). Main thread
     // unless it says otherwise.
 
-    // Opens a fresh log and puts the registered defaults in place.
+    // Starts crash detection, opens a fresh log and puts the registered defaults in place.
     static std::shared_ptr<AppController> init();
 
     // Once the panel is loaded: takes the outlets, which must outlive `applicationWillTerminate`, starts
@@ -49,7 +49,7 @@ public:
     // Exactly when the main window is not visible.
     bool applicationShouldTerminateAfterLastWindowClosed() const;
 
-    // The end: asks the controller's threads to stop and waits a moment for them. False when one is
+    // The end: stops crash detection, asks the controller's threads to stop and waits a moment for them. False when one is
     // stuck, in a folder that does not answer, say; it must then be left behind.
     bool applicationWillTerminate();
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Exception.h"
+#include "PropertyList.h"
 
 #include <cstddef>
 #include <memory>
@@ -100,6 +101,12 @@ public:
     virtual bool fileExists(const std::string& path) = 0;
     virtual bool isDirectory(const std::string& path) = 0;
 
+    // When the file's contents changed last, links followed; absent when there is no such file.
+    virtual std::optional<PropertyList::Date> modificationDate(const std::string& path) = 0;
+
+    // May this process execute it, or enter it when it is a folder?
+    virtual bool isExecutableFile(const std::string& path) = 0;
+
     // The text stored in the link; absent when `path` is no link.
     virtual std::optional<std::string> destinationOfSymbolicLink(const std::string& path) = 0;
 
@@ -116,6 +123,10 @@ public:
 
     // Within one file system; a link itself. Fails when `to` exists, like the first platform's file manager.
     virtual std::error_code moveItem(const std::string& from, const std::string& to) = 0;
+
+    // A folder with all that is in it; links are copied as links, modes are kept, dates are not. Fails when
+    // `to` exists, and when there is anything but files, folders and links; nothing is left then.
+    virtual std::error_code copyItem(const std::string& from, const std::string& to) = 0;
 
     // Replaces the file as a whole: a temporary file in the same folder, flushed to disk, renamed.
     // Mode and owner of a file that was there are kept, and a link to a file stays: the file it leads to

@@ -25,6 +25,7 @@ public:
     // Seconds since 1 January 2001, 00:00 UTC, fractions included.
     struct Date {
         double secondsSinceReferenceDate = 0;
+        static constexpr std::int64_t kReferenceDate = 978'307'200; // in seconds since 1970
         bool operator==(const Date&) const = default;
     };
 
@@ -65,6 +66,7 @@ public:
     const bool* boolean() const { return std::get_if<bool>(&value_); }
     const std::int64_t* integer() const { return std::get_if<std::int64_t>(&value_); }
     const double* real() const { return std::get_if<double>(&value_); }
+    const Date* date() const { return std::get_if<Date>(&value_); }
     const std::string* string() const { return std::get_if<std::string>(&value_); }
     const Array* array() const { return std::get_if<Array>(&value_); }
     const Dictionary* dictionary() const { return std::get_if<Dictionary>(&value_); }

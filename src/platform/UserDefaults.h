@@ -9,6 +9,10 @@
 
 namespace platform {
 
+// A number as it is, a boolean as 0 or 1, text as far as it reads as a decimal number, anything else as 0.
+// Any thread.
+std::int64_t integerValue(const PropertyList& value);
+
 // The user's preferences: one property-list file per domain in a Preferences folder. A value is looked
 // for in the application's own domain, then in the global domain, then among the registered values.
 // Every read sees what another process has written; a write changes its own key only and replaces the
@@ -24,8 +28,7 @@ public:
     // Absent when no domain has the key.
     virtual std::optional<PropertyList> objectForKey(const std::string& key) = 0;
 
-    // A number as it is, a boolean as 0 or 1, text as far as it reads as a decimal number, anything
-    // else and an absent value as 0.
+    // See `integerValue`; an absent value is 0.
     std::int64_t integerForKey(const std::string& key);
 
     // Absent when there is none or it holds anything but text.

@@ -52,6 +52,14 @@ public:
     virtual void openFile(const std::string& path) = 0;
     virtual void openURL(const std::string& address) = 0;
 
+    // Starts the application at `applicationPath` with the file as its argument, once more when it runs
+    // already.
+    virtual void openFile(const std::string& path, const std::string& applicationPath) = 0;
+
+    // The same with the application that has this identifier, case ignored. It is looked for on a thread of
+    // its own, so the call returns at once.
+    virtual void openFileWithBundleIdentifier(const std::string& path, const std::string& identifier) = 0;
+
     // Brings the running application whose bundle is called `name`, less its extension, to the front. One
     // that has no window yet is given a few seconds, or until it ends or `stop` asks to give up. Not on the
     // main thread.

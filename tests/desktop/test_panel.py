@@ -68,7 +68,8 @@ class PanelTest(DesktopTest):
         self.assertEqual([item.title for item in launcher.menu_items()],
                          ["Launcher", "View", "Manuals", "Help"])
         self.assertEqual(launcher.menu_items("Launcher"),
-                         [("About Launcher", False), ("Quit After Launching", False),
+                         [("About Launcher", False), ("Check for Updates…", False),
+                          ("Quit After Launching", False),
                           ("Show Again When a Tool Quits", True), ("Quit", False)])
         self.assertEqual(launcher.menu_items("View"),
                          [("Sort by Name", True), ("Sort by Group", False), ("Show Group Names", False),

@@ -20,6 +20,7 @@ public:
     Failure createDirectoryFailure;
     Failure removeItemFailure;
     Failure moveItemFailure; // is asked with the old path
+    Failure copyItemFailure; // the same
     Failure writeAtomicallyFailure;
     Failure openForWritingFailure;
 
@@ -34,6 +35,10 @@ public:
 
     bool fileExists(const std::string& path) override { return next_->fileExists(path); }
     bool isDirectory(const std::string& path) override { return next_->isDirectory(path); }
+    std::optional<platform::PropertyList::Date> modificationDate(const std::string& path) override {
+        return next_->modificationDate(path);
+    }
+    bool isExecutableFile(const std::string& path) override { return next_->isExecutableFile(path); }
     std::optional<std::string> destinationOfSymbolicLink(const std::string& path) override {
         return next_->destinationOfSymbolicLink(path);
     }
@@ -54,6 +59,10 @@ public:
     std::error_code moveItem(const std::string& from, const std::string& to) override {
         auto error = failure(moveItemFailure, from);
         return error ? error : next_->moveItem(from, to);
+    }
+    std::error_code copyItem(const std::string& from, const std::string& to) override {
+        auto error = failure(copyItemFailure, from);
+        return error ? error : next_->copyItem(from, to);
     }
     std::error_code writeAtomically(const std::string& path, std::string_view bytes) override {
         auto error = failure(writeAtomicallyFailure, path);

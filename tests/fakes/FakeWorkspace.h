@@ -30,6 +30,12 @@ public:
     }
     void openFile(const std::string& path) override { note("open " + path); }
     void openURL(const std::string& address) override { note("open " + address); }
+    void openFile(const std::string& path, const std::string& applicationPath) override {
+        note("open " + path + " with " + applicationPath);
+    }
+    void openFileWithBundleIdentifier(const std::string& path, const std::string& identifier) override {
+        note("open " + path + " with bundle " + identifier);
+    }
     void activateApplication(const std::string& name, std::stop_token) override { note("activate " + name); }
     std::vector<platform::RunningApplication> runningApplications() override { return {}; }
     std::optional<std::string> absolutePathForAppBundleWithIdentifier(const std::string&) override {

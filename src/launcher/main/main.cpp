@@ -2,6 +2,7 @@
 #include "Bundle.h"
 #include "BundleIcon.h"
 #include "CommandLine.h"
+#include "CrashHandler.h"
 #include "DarkPalette.h"
 #include "DisplayServer.h"
 #include "LinuxWorkspace.h"
@@ -119,6 +120,15 @@ void makeRootAbsolute() {
     }
 }
 
+// Logs are called by the name that crash detection looks for.
+void installCrashHandler() {
+    const auto bundle = platform::Bundle::main();
+    const auto name = bundle ? stringForKey(bundle->infoDictionary(), "CFBundleName") : std::nullopt;
+    if (const auto folder = VTLocalPaths::appending(VTLocalPaths::logDirectory(true), "DiagnosticReports")) {
+        platform::CrashHandler::install(name.value_or("Launcher"), VT_VERSION, *folder);
+    }
+}
+
 int openPanel(int argc, char** argv) {
     if (!hasDisplay(argc, argv)) {
         std::fputs("Launcher: there is no X or Wayland display to open the panel on.\n"
@@ -158,6 +168,7 @@ int openPanel(int argc, char** argv) {
         VTLocalPaths::prefsDirectory(true).value_or(""), kBundleIdentifier);
     platform::install(services);
 
+    installCrashHandler();
     auto controller = AppController::init();
     TerminationSignals terminationSignals;
     VTBlackScroller::setArrowPositionSource([defaults = services.userDefaults] {
@@ -174,6 +185,7 @@ int openPanel(int argc, char** argv) {
         }
     });
     controller->awakeFromNib(panel.outlets());
+    panel.softwareUpdate().awakeFromNib();
     instance.serve(
         [mainThread, controller](const platform::SingleInstance::Activation& activation) {
             bool cameForward = false; // not any more, once the main loop has ended

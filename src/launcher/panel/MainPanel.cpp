@@ -76,7 +76,7 @@ MainPanel::MainPanel(std::shared_ptr<AppController> controller)
       model_(new CatalogueModel(controller_, this)), window_(*this), windowController_(window_),
       listAtStart_(controller_->dataArray()) {
     ui_->setupUi(this);
-    menus_ = std::make_unique<PanelMenus>(*this, *ui_, *controller_);
+    menus_ = std::make_unique<PanelMenus>(*this, *ui_, *controller_, softwareUpdate_);
     styleLabels();
     setUpTable();
     tableOutlet_ = std::make_unique<TableOutlet>(*this);

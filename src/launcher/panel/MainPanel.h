@@ -1,6 +1,7 @@
 #pragma once
 
 #include "PanelWindow.h"
+#include "VTSoftwareUpdate.h"
 #include "VTWindowController.h"
 
 #include <QMainWindow>
@@ -28,6 +29,9 @@ public:
     // What the controller works with; valid as long as the panel.
     Outlets outlets();
 
+    // To be told once the panel is loaded.
+    VTSoftwareUpdate& softwareUpdate() { return softwareUpdate_; }
+
 protected:
     void closeEvent(QCloseEvent* event) override;
     void changeEvent(QEvent* event) override;
@@ -45,6 +49,7 @@ private:
 
     std::shared_ptr<AppController> controller_;
     std::unique_ptr<Ui::MainPanel> ui_;
+    VTSoftwareUpdate softwareUpdate_;
     std::unique_ptr<PanelMenus> menus_;
     CatalogueModel* model_;
     std::unique_ptr<TableOutlet> tableOutlet_;

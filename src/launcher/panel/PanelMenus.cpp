@@ -2,11 +2,13 @@
 
 #include "DarkAlert.h"
 #include "Platform.h"
+#include "VTSoftwareUpdate.h"
 #include "ui_MainPanel.h"
 
 #include <QApplication>
 
-PanelMenus::PanelMenus(QMainWindow& panel, Ui::MainPanel& interface, AppController& controller)
+PanelMenus::PanelMenus(QMainWindow& panel, Ui::MainPanel& interface, AppController& controller,
+                       VTSoftwareUpdate& softwareUpdate)
     : panel_(panel), interface_(interface), controller_(controller),
       hideMenu_(interface.hideMenu, ActionMenu::Items::Checkable,
                 [this](outlet::MenuItem& item) { controller_.hideGroup(item); }),
@@ -18,6 +20,7 @@ PanelMenus::PanelMenus(QMainWindow& panel, Ui::MainPanel& interface, AppControll
         QObject::connect(action, &QAction::triggered, &panel_, perform);
     };
     connectAction(interface.aboutLauncher, [this] { showAboutLauncher(); });
+    connectAction(interface.checkForUpdates, [&softwareUpdate] { softwareUpdate.manualUpdateCheck(); });
     bindToDefault(interface.quitAfterLaunching, "quitAfterLaunching");
     bindToDefault(interface.unhideOnLaunchedAppExit, "unhideOnLaunchedAppExit");
     connectAction(interface.quit, [] { platform::current().application->terminate(); });

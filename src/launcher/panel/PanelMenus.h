@@ -9,12 +9,14 @@ namespace Ui { // NOLINT(readability-identifier-naming): as Qt names it
 class MainPanel;
 }
 class QMainWindow;
+class VTSoftwareUpdate;
 
 // The panel's menus: connects the actions of its interface file with the controller, the preferences and the
 // program. What it is made with must outlive it.
 class PanelMenus {
 public:
-    PanelMenus(QMainWindow& panel, Ui::MainPanel& interface, AppController& controller);
+    PanelMenus(QMainWindow& panel, Ui::MainPanel& interface, AppController& controller,
+               VTSoftwareUpdate& softwareUpdate);
 
     ActionMenu& hideMenu() { return hideMenu_; }
     ActionMenu& sortMenu() { return sortMenu_; }

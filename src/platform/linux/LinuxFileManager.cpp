@@ -2,6 +2,7 @@
 
 #include "FileReading.h"
 #include "FolderPath.h"
+#include "ItemCopy.h"
 #include "ItemPlace.h"
 #include "LinuxFolder.h"
 #include "ProcessInfo.h"
@@ -110,6 +111,19 @@ bool LinuxFileManager::isDirectory(const std::string& path) {
     return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
+std::optional<PropertyList::Date> LinuxFileManager::modificationDate(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) {
+        return std::nullopt;
+    }
+    const auto whole = status.st_mtim.tv_sec - PropertyList::Date::kReferenceDate;
+    return PropertyList::Date{static_cast<double>(whole) + static_cast<double>(status.st_mtim.tv_nsec) / 1e9};
+}
+
+bool LinuxFileManager::isExecutableFile(const std::string& path) {
+    return ::access(path.c_str(), X_OK) == 0;
+}
+
 std::optional<std::string> LinuxFileManager::destinationOfSymbolicLink(const std::string& path) {
     std::string destination(PATH_MAX, '\0');
     ssize_t length = ::readlink(path.c_str(), destination.data(), destination.size());
@@ -179,6 +193,26 @@ std::error_code LinuxFileManager::moveItem(const std::string& from, const std::s
     }
     return ::renameat(source.folder(), source.name(), target.folder(), target.name()) == 0 ? std::error_code()
                                                                                            : lastError();
+}
+
+std::error_code LinuxFileManager::copyItem(const std::string& from, const std::string& to) {
+    ItemPlace source(from, ItemPlace::FinalLink::Kept);
+    ItemPlace target(to, ItemPlace::FinalLink::Kept);
+    if (source.error() || target.error()) {
+        return source.error() ? source.error() : target.error();
+    }
+    if (to.starts_with(std::string(withoutTrailingSlashes(from)) + "/")) {
+        return std::make_error_code(std::errc::invalid_argument); // would copy itself for ever
+    }
+    if (present(target)) {
+        return std::make_error_code(std::errc::file_exists);
+    }
+    auto error =
+        ItemCopy(target.owner()).copy({source.folder(), source.name()}, {target.folder(), target.name()});
+    if (error && error != std::errc::file_exists) {
+        removeItem(to);
+    }
+    return error;
 }
 
 std::error_code LinuxFileManager::writeAtomically(const std::string& path, std::string_view bytes) {

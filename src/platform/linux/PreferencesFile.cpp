@@ -1,12 +1,12 @@
 #include "PreferencesFile.h"
 
+#include "DamagedFile.h"
 #include "Exception.h"
 #include "FileDescriptor.h"
 #include "FolderLock.h"
 #include "Platform.h"
 #include "PropertyListSerialization.h"
 
-#include <array>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -18,15 +18,6 @@ void throwOn(const std::error_code& error) {
     if (error) {
         throw Exception("NSFileHandleOperationException", error.message());
     }
-}
-
-std::string localTime() {
-    std::time_t now = std::time(nullptr);
-    std::tm fields{};
-    ::localtime_r(&now, &fields);
-    std::array<char, 32> text{};
-    auto length = std::strftime(text.data(), text.size(), "%Y%m%d-%H%M%S", &fields);
-    return {text.data(), length};
 }
 
 } // namespace
@@ -56,7 +47,7 @@ void PreferencesFile::setValue(const PropertyList& value, const std::string& key
     values.insert_or_assign(key, value);
     auto bytes = serializePropertyList(PropertyList(std::move(values)), PropertyListFormat::Binary);
     if (contents.exists && !isSound) {
-        keepAside();
+        keepDamagedFile(path_);
     }
     throwOn(fileManager.writeAtomically(path_, bytes));
 }
@@ -91,18 +82,6 @@ void PreferencesFile::refresh() {
                   : PropertyList::Dictionary();
     isTrusted_ = !now || now->isSettled();
     stamp_ = now;
-}
-
-void PreferencesFile::keepAside() const {
-    const std::string wanted = path_ + ".damaged-" + localTime();
-    std::string kept = wanted;
-    auto error = current().fileManager->moveItem(path_, kept);
-    for (int count = 2; error == std::errc::file_exists; ++count) {
-        kept = wanted + "-" + std::to_string(count);
-        error = current().fileManager->moveItem(path_, kept);
-    }
-    throwOn(error);
-    current().consoleLog->log(path_ + " is damaged and was kept as " + kept);
 }
 
 } // namespace platform

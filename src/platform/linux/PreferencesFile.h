@@ -39,7 +39,6 @@ private:
 
     std::optional<Stamp> stamp() const; // absent when there is no file
     void refresh();
-    void keepAside() const;
 
     const std::string folder_;
     const std::string path_;

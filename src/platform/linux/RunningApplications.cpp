@@ -59,12 +59,13 @@ RunningApplications::~RunningApplications() {
     }
 }
 
-bool RunningApplications::open(const std::string& bundlePath, const std::vector<std::string>& environment) {
+bool RunningApplications::open(const std::string& bundlePath, const std::vector<std::string>& environment,
+                               const std::vector<std::string>& arguments) {
     const auto bundle = resolvedBundle(bundlePath);
     std::lock_guard lock(mutex_);
     startWatching();
     findProcesses(&bundle);
-    if (isRunning(bundle)) {
+    if (arguments.empty() && isRunning(bundle)) {
         applications_[bundle].opened = ++openings_;
         wake();
         return false;
@@ -78,7 +79,7 @@ bool RunningApplications::open(const std::string& bundlePath, const std::vector<
         std::error_code error;
         const auto home = current().users->homeDirectory();
         DetachedProgram program{.path = *executable,
-                                .arguments = {},
+                                .arguments = arguments,
                                 .environment = environment,
                                 .workingDirectory = home && resolvedPath(*home) ? *home : "/"};
         auto process = program.start(error);

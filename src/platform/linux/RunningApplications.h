@@ -30,9 +30,11 @@ public:
     RunningApplications(const RunningApplications&) = delete;
     RunningApplications& operator=(const RunningApplications&) = delete;
 
-    // Starts the application unless it runs; false when it ran already. One that cannot be started is told
-    // to the console and reported as ended.
-    bool open(const std::string& bundlePath, const std::vector<std::string>& environment);
+    // Starts the application unless it runs; false when it ran already. With arguments it is started in any
+    // case, as nothing could hand them over. One that cannot be started is told to the console and reported
+    // as ended.
+    bool open(const std::string& bundlePath, const std::vector<std::string>& environment,
+              const std::vector<std::string>& arguments = {});
 
     // Those that run now, whoever started them.
     std::vector<RunningApplication> list();

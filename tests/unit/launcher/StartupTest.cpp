@@ -41,6 +41,33 @@ TEST_F(Startup, OpensAFreshLog) {
     EXPECT_THAT(VTLog::availableLogs(), SizeIs(2)); // what was written before has moved on
 }
 
+TEST_F(Startup, LooksForACrashOfTheLastRun) {
+    VTLog::finishWriting();
+    sandbox::defaults().setObject(platform::PropertyList::Date{1000}, "launch");
+    const auto crashLog =
+        sandbox::home() + "/Library/Logs/DiagnosticReports/(null)_1.crash"; // no bundle here
+    sandbox::writeFile(crashLog, "");
+    controller = AppController::init();
+    VTLog::finishWriting();
+    EXPECT_THAT(sandbox::workspace().events(),
+                ElementsAre("open " + crashLog + " with bundle com.vantorel.BugReporter"));
+    const auto logs = VTLog::availableLogs();
+    ASSERT_THAT(logs, SizeIs(2));
+    // The entry waits to be written while the fresh log is opened, so it may be in either.
+    EXPECT_THAT(sandbox::readFile(logs[1]) + sandbox::readFile(logs[0]),
+                HasSubstr("Application crashed on last launch"));
+}
+
+TEST_F(Startup, AnOrderlyEndIsRecorded) {
+    const auto launch = sandbox::defaults().objectForKey("launch");
+    ASSERT_TRUE(launch && launch->date());
+    EXPECT_FALSE(sandbox::defaults().objectForKey("exit"));
+    EXPECT_TRUE(controller->applicationWillTerminate());
+    const auto exit = sandbox::defaults().objectForKey("exit");
+    ASSERT_TRUE(exit && exit->date());
+    EXPECT_GE(exit->date()->secondsSinceReferenceDate, launch->date()->secondsSinceReferenceDate);
+}
+
 TEST_F(Startup, RegistersTwoDefaultsAndNoMore) {
     struct WatchedDefaults : FakeUserDefaults {
         void registerDefaults(const platform::PropertyList::Dictionary& values) override {

@@ -58,8 +58,9 @@ TEST_F(PanelMenusTest, AreThese) {
         titles.push_back(text(*action));
     }
     EXPECT_THAT(titles, ElementsAre("Launcher", "View", "Manuals", "Help"));
-    EXPECT_THAT(items("Launcher"), ElementsAre("About Launcher", "-", "Quit After Launching",
-                                               "Show Again When a Tool Quits", "-", "Quit"));
+    EXPECT_THAT(items("Launcher"),
+                ElementsAre("About Launcher", "Check for Updates\u2026", "-", "Quit After Launching",
+                            "Show Again When a Tool Quits", "-", "Quit"));
     EXPECT_THAT(items("View"), ElementsAre("Sort by Name", "Sort by Group", "-", "Show Group Names",
                                            "Hide Groups", "-", "Reload", "Reveal in File Browser"));
     EXPECT_THAT(items("Help"), ElementsAre("Ostendel User Manual", "Ostendel Home Page", "Report a Bug…",
@@ -111,6 +112,14 @@ TEST_F(PanelMenusTest, PreferencesAreCheckMarks) {
     EXPECT_FALSE(again.findChild<QAction*>("unhideOnLaunchedAppExit")->isChecked());
     action("Quit After Launching")->trigger();
     EXPECT_EQ(sandbox::defaults().objectForKey("quitAfterLaunching"), platform::PropertyList(0));
+}
+
+TEST_F(PanelMenusTest, ChecksForUpdatesWithTheSuitesUpdater) {
+    open();
+    action("Check for Updates\u2026")->trigger();
+    EXPECT_THAT(
+        sandbox::workspace().events(),
+        ElementsAre("open " + sandbox::root() + "/Applications/Vantorel/Vantorel Software Update.app"));
 }
 
 TEST_F(PanelMenusTest, QuitEndsTheProgramAtOnce) {

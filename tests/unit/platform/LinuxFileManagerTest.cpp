@@ -109,6 +109,19 @@ TEST_F(LinuxFileManager, LooksThroughLinks) {
     }
 }
 
+TEST_F(LinuxFileManager, KnowsWhatCanBeExecuted) {
+    sandbox::writeFile(path("program"), "x");
+    EXPECT_FALSE(files_.isExecutableFile(path("program")));
+    EXPECT_EQ(::chmod(path("program").c_str(), 0700), 0);
+    symlink("program", path("link").c_str());
+    sandbox::makeFolder(path("folder"));
+    for (const auto& name : {"program", "link", "folder"}) {
+        EXPECT_TRUE(files_.isExecutableFile(path(name))) << name;
+    }
+    EXPECT_FALSE(files_.isExecutableFile(path("none")));
+    EXPECT_FALSE(files_.isExecutableFile(""));
+}
+
 TEST_F(LinuxFileManager, GivesTheTextOfALink) {
     const std::string text = "../\xFF somewhere/./else//";
     symlink(text.c_str(), path("link").c_str());

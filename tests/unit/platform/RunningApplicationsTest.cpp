@@ -134,6 +134,19 @@ TEST_F(RunningApplicationsTest, StartsAnApplicationOnce) {
     EXPECT_THAT(ends(2), ElementsAre(bundle, bundle));
 }
 
+TEST_F(RunningApplicationsTest, StartsOneThatRunsAgainForAFile) {
+    const auto bundle = toolbundle::make("Reader", "#!/bin/sh\necho \"$# $0\" > \"$1\"\n");
+    for (const char* name : {"/first file", "/second file"}) {
+        ASSERT_EQ(mkfifo((sandbox::folder() + name).c_str(), 0600), 0);
+        // The first one runs until somebody reads what it writes.
+        EXPECT_TRUE(running.open(bundle, platform::launchEnvironment(), {sandbox::folder() + name}));
+    }
+    for (const char* name : {"/second file", "/first file"}) {
+        EXPECT_EQ(sandbox::readFile(sandbox::folder() + name), "1 " + bundle + "/Contents/MacOS/Reader\n");
+    }
+    EXPECT_EQ(ends(1), std::vector<std::string>{bundle});
+}
+
 TEST_F(RunningApplicationsTest, TwoAtOnceStartOneProcess) {
     const auto bundle = toolbundle::makeWaiting("Race");
     std::atomic<int> started = 0;

@@ -93,3 +93,21 @@ TEST(LinuxWorkspace, FindsARunningApplicationBeforeOneOnDisk) {
     EXPECT_EQ(workspace.absolutePathForAppBundleWithIdentifier("com.vantorel.TWICE"), running);
     sandbox::writeFile(gate, "\n");
 }
+
+TEST(LinuxWorkspace, OpensAFileWithANamedApplication) {
+    const auto bundle = sandbox::root() + "/Applications/Reader.app";
+    const auto program = bundle + "/Contents/MacOS/Reader";
+    sandbox::writeFile(program, "#!/bin/sh\necho \"$# $0\" > \"$1\"\n");
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    sandbox::writeFile(bundle + "/Contents/Info.plist",
+                       "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key>"
+                       "<string>com.vantorel.Reader</string></dict></plist>");
+    const auto pipe = sandbox::folder() + "/a file";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    platform::LinuxWorkspace workspace;
+    workspace.openFile(pipe, bundle);
+    EXPECT_EQ(sandbox::readFile(pipe), "1 " + program + "\n");
+    platform::LinuxWorkspace().openFileWithBundleIdentifier(pipe,
+                                                            "COM.vantorel.reader"); // which is gone by now
+    EXPECT_EQ(sandbox::readFile(pipe), "1 " + program + "\n");
+}

@@ -38,6 +38,25 @@ void onThreadOfItsOwn(std::function<void()> work) {
     }
 }
 
+// Where a window does not come to the front by itself, the started program shows that it may.
+std::vector<std::string> environmentFor(const std::string& bundlePath, std::vector<std::string> environment) {
+    const auto identifier = stringForKey(Bundle{bundlePath}.infoDictionary(), "CFBundleIdentifier");
+    if (auto token = requestActivationToken(identifier.value_or(""))) {
+        environment.push_back("XDG_ACTIVATION_TOKEN=" + *token);
+    }
+    return environment;
+}
+
+std::optional<std::string> applicationWith(const std::string& identifier, RunningApplications& running) {
+    const auto key = caseInsensitiveKey(identifier);
+    for (auto& application : running.list()) {
+        if (application.bundleIdentifier && caseInsensitiveKey(*application.bundleIdentifier) == key) {
+            return std::move(application.bundlePath);
+        }
+    }
+    return findApplication(identifier);
+}
+
 void reportEnd(const RunningApplication& application) {
     PropertyList::Dictionary userInfo;
     if (application.bundleIdentifier) {
@@ -53,7 +72,8 @@ void reportEnd(const RunningApplication& application) {
 
 } // namespace
 
-LinuxWorkspace::LinuxWorkspace() : environment_(launchEnvironment()), running_(reportEnd) {}
+LinuxWorkspace::LinuxWorkspace()
+    : environment_(launchEnvironment()), running_(std::make_shared<RunningApplications>(reportEnd)) {}
 
 std::shared_ptr<const Icon> LinuxWorkspace::iconForFile(const std::string& path) {
     return std::make_shared<BundleIcon>(path);
@@ -67,19 +87,24 @@ void LinuxWorkspace::selectFile(const std::string& path, const std::string& root
 void LinuxWorkspace::openFile(const std::string& path) {
     if (!isApplicationBundle(path)) {
         openURL(fileAddress(path));
-    } else if (!running_.open(path, environmentFor(path))) {
-        activateWindow([this, &path] { return running_.processesIn(path); }, std::chrono::seconds(0), {});
+    } else if (!running_->open(path, environmentFor(path, environment_))) {
+        activateWindow([this, &path] { return running_->processesIn(path); }, std::chrono::seconds(0), {});
     }
 }
 
-// Where a window does not come to the front by itself, the started program shows that it may.
-std::vector<std::string> LinuxWorkspace::environmentFor(const std::string& bundlePath) const {
-    auto environment = environment_;
-    const auto identifier = stringForKey(Bundle{bundlePath}.infoDictionary(), "CFBundleIdentifier");
-    if (auto token = requestActivationToken(identifier.value_or(""))) {
-        environment.push_back("XDG_ACTIVATION_TOKEN=" + *token);
-    }
-    return environment;
+void LinuxWorkspace::openFile(const std::string& path, const std::string& applicationPath) {
+    running_->open(applicationPath, environmentFor(applicationPath, environment_), {path});
+}
+
+void LinuxWorkspace::openFileWithBundleIdentifier(const std::string& path, const std::string& identifier) {
+    onThreadOfItsOwn([path, identifier, environment = environment_, running = running_] {
+        if (const auto bundle = applicationWith(identifier, *running)) {
+            running->open(*bundle, environmentFor(*bundle, environment), {path});
+        } else {
+            current().consoleLog->log("No application with the identifier " + identifier + " to open " +
+                                      path);
+        }
+    });
 }
 
 void LinuxWorkspace::openURL(const std::string& address) {
@@ -89,26 +114,20 @@ void LinuxWorkspace::openURL(const std::string& address) {
 void LinuxWorkspace::activateApplication(const std::string& name, std::stop_token stop) {
     // A window that is shown through Wayland never comes into sight here; its program has had a token.
     const auto patience = isShownThroughWayland() ? std::chrono::seconds(0) : kWindowPatience;
-    activateWindow([this, &name] { return running_.processesNamed(name); }, patience, stop);
+    activateWindow([this, &name] { return running_->processesNamed(name); }, patience, stop);
 }
 
 std::vector<RunningApplication> LinuxWorkspace::runningApplications() {
-    return running_.list();
+    return running_->list();
 }
 
 std::optional<std::string>
 LinuxWorkspace::absolutePathForAppBundleWithIdentifier(const std::string& identifier) {
-    const auto key = caseInsensitiveKey(identifier);
-    for (auto& application : running_.list()) {
-        if (application.bundleIdentifier && caseInsensitiveKey(*application.bundleIdentifier) == key) {
-            return std::move(application.bundlePath);
-        }
-    }
-    return findApplication(identifier);
+    return applicationWith(identifier, *running_);
 }
 
 std::shared_ptr<void> LinuxWorkspace::holdTermination(const std::string& bundlePath) {
-    return running_.holdTermination(bundlePath);
+    return running_->holdTermination(bundlePath);
 }
 
 } // namespace platform

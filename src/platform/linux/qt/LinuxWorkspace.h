@@ -16,19 +16,19 @@ public:
     void selectFile(const std::string& path, const std::string& rootPath) override;
     void openFile(const std::string& path) override;
     void openURL(const std::string& address) override;
+    void openFile(const std::string& path, const std::string& applicationPath) override;
+    void openFileWithBundleIdentifier(const std::string& path, const std::string& identifier) override;
     void activateApplication(const std::string& name, std::stop_token stop) override;
     std::vector<RunningApplication> runningApplications() override;
     std::optional<std::string> absolutePathForAppBundleWithIdentifier(const std::string& identifier) override;
     std::shared_ptr<void> holdTermination(const std::string& bundlePath) override;
 
     // Whether the ends of applications that somebody else starts are reported as well.
-    void setWatchesOthers(bool watches) { running_.setLooksForOthers(watches); }
+    void setWatchesOthers(bool watches) { running_->setLooksForOthers(watches); }
 
 private:
-    std::vector<std::string> environmentFor(const std::string& bundlePath) const;
-
     std::vector<std::string> environment_;
-    RunningApplications running_;
+    std::shared_ptr<RunningApplications> running_; // also used by threads that look for an application
 };
 
 } // namespace platform

@@ -1,0 +1,114 @@
+#include "VTSoftwareUpdate.h"
+
+#include "Bundle.h"
+#include "Platform.h"
+#include "PropertyListSerialization.h"
+#include "VTLocalPaths.h"
+#include "VTLog.h"
+#include "VTTaskEx.h"
+
+#include <cstdint>
+#include <system_error>
+#include <thread>
+
+using platform::PropertyList;
+
+namespace {
+
+constexpr const char* kUpdaterName = "Vantorel Software Update.app";
+constexpr const char* kNoPath = "Unable to launch Software Update - path doesn't exist";
+
+// 0 when there is no such bundle or it names none.
+std::int64_t versionOf(const VTLocalPaths::Path& bundlePath) {
+    if (!bundlePath || !platform::current().fileManager->fileExists(*bundlePath)) {
+        return 0;
+    }
+    const auto information = platform::Bundle{*bundlePath}.infoDictionary();
+    const auto version = information.find("CFBundleVersion");
+    return version == information.end() ? 0 : platform::integerValue(version->second);
+}
+
+std::optional<std::string> updaterInside() {
+    const auto bundle = platform::Bundle::main();
+    return bundle ? std::optional(bundle->resourcePath() + "/" + kUpdaterName) : std::nullopt;
+}
+
+// A program in no bundle has its folder for one.
+std::string ownPath() {
+    const auto bundle = platform::Bundle::main();
+    const auto executable = platform::mainExecutablePath();
+    return bundle ? bundle->path : executable.substr(0, executable.rfind('/'));
+}
+
+bool isZero(const PropertyList& value) {
+    return value == PropertyList(false) || value == PropertyList(0) || value == PropertyList(0.0);
+}
+
+bool checksAtStartup() {
+    const auto path =
+        VTLocalPaths::appending(VTLocalPaths::prefsDirectory(true), "com.vantorel.global.plist");
+    const auto preferences = path ? platform::dictionaryWithContentsOfFile(*path) : std::nullopt;
+    if (!preferences) {
+        return true;
+    }
+    const auto found = preferences->find("SUCheckAtStartup");
+    return found == preferences->end() || !isZero(found->second);
+}
+
+} // namespace
+
+void VTSoftwareUpdate::startup() {
+    if (!checksAtStartup()) {
+        return;
+    }
+    try {
+        std::thread(automaticallyCheckForUpdates).detach();
+    } catch (const std::system_error& error) {
+        platform::current().consoleLog->log(std::string("No thread to look for updates on: ") + error.what());
+    }
+}
+
+std::optional<std::string> VTSoftwareUpdate::updaterPath() {
+    const auto installed = VTLocalPaths::appending(VTLocalPaths::applicationDirectory(false),
+                                                   std::string("Vantorel/") + kUpdaterName);
+    const auto inside = updaterInside();
+    if (versionOf(installed) >= versionOf(inside)) {
+        return installed;
+    }
+    const auto copy = VTLocalPaths::appending(VTLocalPaths::tempDirectory(), kUpdaterName);
+    if (copy) {
+        auto& fileManager = *platform::current().fileManager;
+        if (fileManager.fileExists(*copy)) {
+            fileManager.removeItem(*copy);
+        }
+        fileManager.copyItem(*inside, *copy);
+    }
+    return copy;
+}
+
+void VTSoftwareUpdate::launchSoftwareUpdate() {
+    if (const auto path = updaterPath()) {
+        platform::current().workspace->openFile(*path);
+    } else {
+        VTLog::appendLogAndPrint(kNoPath);
+    }
+}
+
+void VTSoftwareUpdate::automaticallyCheckForUpdates() {
+    const auto path = updaterPath();
+    if (!path) {
+        VTLog::appendLogAndPrint(kNoPath);
+        return;
+    }
+    if (!platform::current().fileManager->isDirectory(*path)) {
+        VTLog::appendLogAndPrint("Unable to launch Software Update - updater bundle not found.");
+        return;
+    }
+    std::string problem;
+    const auto executable = platform::Bundle{*path}.executablePath(problem);
+    if (!executable) {
+        VTLog::appendLogAndPrint("Unable to launch Software Update - executable path doesn't exist");
+        return;
+    }
+    VTTaskEx::runTaskAndReturn(executable, {"-checkpath", ownPath()});
+}

@@ -1,0 +1,190 @@
+#include "VTSoftwareUpdate.h"
+
+#include "Bundle.h"
+#include "LogFixture.h"
+#include "Platform.h"
+
+#include <array>
+#include <cstdlib>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr const char* kVersionInside = "VERSION_INSIDE"; // set for the copies of this program
+constexpr const char* kName = "Vantorel Software Update.app";
+
+std::string installed() {
+    return sandbox::root() + "/Applications/Vantorel/" + kName;
+}
+
+void makeUpdater(const std::string& bundle, const std::string& version) {
+    sandbox::writeFile(
+        bundle + "/Contents/Info.plist",
+        "<plist version=\"1.0\"><dict>" +
+            (version.empty() ? "" : "<key>CFBundleVersion</key><string>" + version + "</string>") +
+            "</dict></plist>");
+    sandbox::writeFile(bundle + "/Contents/version", version);
+}
+
+// Runs a test of this program in a copy that lies in a bundle with an updater of that version inside.
+// Returns its exit status.
+int statusOfCopy(const std::string& test, const std::string& versionInside) {
+    const auto bundle = sandbox::folder() + "/Launcher.app";
+    const auto copy = bundle + "/Contents/MacOS/Launcher";
+    sandbox::makeFolder(bundle + "/Contents/MacOS");
+    std::filesystem::copy_file(platform::mainExecutablePath(), copy,
+                               std::filesystem::copy_options::overwrite_existing);
+    makeUpdater(bundle + "/Contents/Resources/" + kName, versionInside);
+    ::setenv(kVersionInside, versionInside.c_str(), 1);
+    std::string program = copy;
+    std::string filter = "--gtest_filter=VTSoftwareUpdateTest." + test;
+    std::array<char*, 3> arguments{program.data(), filter.data(), nullptr};
+    pid_t child = 0;
+    int status = -1;
+    if (::posix_spawn(&child, copy.c_str(), nullptr, nullptr, arguments.data(), environ) == 0) {
+        ::waitpid(child, &status, 0);
+    }
+    ::unsetenv(kVersionInside);
+    return status;
+}
+
+class VTSoftwareUpdateTest : public LogTest {
+protected:
+    VTSoftwareUpdateTest() {
+        temporary_ = sandbox::home() + "/temporary";
+        sandbox::makeFolder(temporary_);
+        ::chmod(temporary_.c_str(), 0700);
+        ::setenv("TMPDIR", temporary_.c_str(), 1);
+    }
+    ~VTSoftwareUpdateTest() override { ::unsetenv("TMPDIR"); }
+
+    std::string copied() const { return temporary_ + "/" + kName; }
+
+private:
+    std::string temporary_;
+};
+
+} // namespace
+
+TEST_F(VTSoftwareUpdateTest, WithoutAnyUpdaterThePathIsTheInstalledOnes) {
+    EXPECT_EQ(VTSoftwareUpdate::updaterPath(), installed());
+    EXPECT_FALSE(sandbox::exists(copied()));
+    makeUpdater(installed(), "5");
+    EXPECT_EQ(VTSoftwareUpdate::updaterPath(), installed());
+}
+
+TEST_F(VTSoftwareUpdateTest, ANewerOneInsideIsCopiedAndRun) {
+    if (const char* inside = std::getenv(kVersionInside)) { // in the copy of this program
+        makeUpdater(installed(), "5");
+        makeUpdater(copied(), "older");
+        sandbox::writeFile(copied() + "/Contents/of the older", "");
+        EXPECT_EQ(VTSoftwareUpdate::updaterPath(), copied());
+        EXPECT_EQ(sandbox::readFile(copied() + "/Contents/version"), inside);
+        EXPECT_FALSE(sandbox::exists(copied() + "/Contents/of the older"));
+
+        VTSoftwareUpdate().manualUpdateCheck();
+        EXPECT_THAT(sandbox::workspace().events(), ElementsAre("open " + copied()));
+
+        // What cannot be deleted or copied is run as it is.
+        sandbox::writeFile(copied() + "/Contents/version", "kept");
+        fileManager().removeItemFailure = [](const std::string&) {
+            return std::make_error_code(std::errc::permission_denied);
+        };
+        EXPECT_EQ(VTSoftwareUpdate::updaterPath(), copied());
+        EXPECT_EQ(sandbox::readFile(copied() + "/Contents/version"), "kept");
+        fileManager().removeItemFailure = nullptr;
+        fileManager().copyItemFailure = [](const std::string&) {
+            return std::make_error_code(std::errc::no_space_on_device);
+        };
+        EXPECT_EQ(VTSoftwareUpdate::updaterPath(), copied());
+        EXPECT_FALSE(sandbox::exists(copied()));
+        return;
+    }
+    EXPECT_EQ(statusOfCopy("ANewerOneInsideIsCopiedAndRun", "6"), 0);
+    EXPECT_EQ(statusOfCopy("ANewerOneInsideIsCopiedAndRun", "6.0b1"), 0);
+    EXPECT_NE(statusOfCopy("ANewerOneInsideIsCopiedAndRun", "5"), 0); // the copy does look
+}
+
+TEST_F(VTSoftwareUpdateTest, OneInsideThatIsNotNewerIsLeftThere) {
+    if (std::getenv(kVersionInside)) {
+        for (const char* version : {"3", "3.0", "3.9.1", "4", "12"}) {
+            makeUpdater(installed(), version);
+            EXPECT_EQ(VTSoftwareUpdate::updaterPath(), installed()) << version;
+        }
+        EXPECT_FALSE(sandbox::exists(copied()));
+        for (const char* version : {"", "2.9.9", "x9", "0"}) {
+            makeUpdater(installed(), version);
+            EXPECT_EQ(VTSoftwareUpdate::updaterPath(), copied()) << version;
+        }
+        std::filesystem::remove_all(installed());
+        EXPECT_EQ(VTSoftwareUpdate::updaterPath(), copied());
+        return;
+    }
+    EXPECT_EQ(statusOfCopy("OneInsideThatIsNotNewerIsLeftThere", "3.2.1"), 0);
+}
+
+TEST_F(VTSoftwareUpdateTest, OneInsideWithoutAVersionIsNoNewerThanNone) {
+    if (std::getenv(kVersionInside)) {
+        EXPECT_EQ(VTSoftwareUpdate::updaterPath(), installed());
+        return;
+    }
+    EXPECT_EQ(statusOfCopy("OneInsideWithoutAVersionIsNoNewerThanNone", ""), 0);
+}
+
+TEST_F(VTSoftwareUpdateTest, TheUserMayAskForTheUpdater) {
+    const auto printed = output([] { VTSoftwareUpdate().manualUpdateCheck(); });
+    EXPECT_EQ(printed, "");
+    EXPECT_THAT(sandbox::workspace().events(), ElementsAre("open " + installed()));
+}
+
+TEST_F(VTSoftwareUpdateTest, AnAutomaticCheckSaysWhyThereIsNone) {
+    makeCurrentFile();
+    EXPECT_EQ(output(VTSoftwareUpdate::automaticallyCheckForUpdates),
+              "Unable to launch Software Update - updater bundle not found.\n");
+    makeUpdater(installed(), "5"); // without a program
+    EXPECT_EQ(output(VTSoftwareUpdate::automaticallyCheckForUpdates),
+              "Unable to launch Software Update - executable path doesn't exist\n");
+    VTLog::finishWriting();
+    EXPECT_THAT(entries(1), ElementsAre("Unable to launch Software Update - updater bundle not found.",
+                                        "Unable to launch Software Update - executable path doesn't exist"));
+    EXPECT_THAT(sandbox::workspace().events(), IsEmpty());
+}
+
+TEST_F(VTSoftwareUpdateTest, ChecksAtStartUnlessThePreferenceIsZero) {
+    makeUpdater(installed(), "5");
+    const auto pipe = sandbox::folder() + "/arguments";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const auto program = installed() + "/Contents/MacOS/Vantorel Software Update";
+    const auto count = sandbox::folder() + "/count";
+    sandbox::writeFile(program,
+                       "#!/bin/sh\necho started >> " + count + "\necho \"$# $1 $2\" > " + pipe + "\n");
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+
+    using platform::PropertyList;
+    for (const auto& value : {PropertyList(false), PropertyList(0), PropertyList(0.0)}) {
+        setPreferences({{"SUCheckAtStartup", value}});
+        VTSoftwareUpdate().awakeFromNib();
+    }
+    const auto executable = platform::mainExecutablePath();
+    const auto expected = "2 -checkpath " + executable.substr(0, executable.rfind('/')) + "\n";
+    std::string starts;
+    for (const auto& value : {PropertyList(true), PropertyList(1), PropertyList("0"), PropertyList("NO")}) {
+        setPreferences({{"SUCheckAtStartup", value}});
+        VTSoftwareUpdate().awakeFromNib();
+        EXPECT_EQ(sandbox::readFile(pipe), expected); // waits for the updater
+        starts += "started\n";
+        EXPECT_EQ(sandbox::readFile(count), starts);
+    }
+    setPreferences({});
+    VTSoftwareUpdate().startup();
+    EXPECT_EQ(sandbox::readFile(pipe), expected);
+    EXPECT_EQ(sandbox::readFile(count), starts + "started\n");
+    EXPECT_THAT(sandbox::workspace().events(), IsEmpty()); // it stays in the background
+}

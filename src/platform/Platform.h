@@ -2,7 +2,9 @@
 
 #include "AlertPanels.h"
 #include "Application.h"
+#include "Authorization.h"
 #include "ConsoleLog.h"
+#include "DistributedNotifications.h"
 #include "FileManager.h"
 #include "MainThread.h"
 #include "NotificationCenter.h"
@@ -26,6 +28,8 @@ struct Platform {
     std::shared_ptr<Workspace> workspace = nullptr;
     std::shared_ptr<Application> application = nullptr;
     std::shared_ptr<AlertPanels> alertPanels = nullptr;
+    std::shared_ptr<Authorization> authorization = nullptr;
+    std::shared_ptr<DistributedNotifications> distributedNotifications = nullptr;
 };
 
 // The services in use. They are never destroyed at exit, so that a thread that outlives the main loop

@@ -2,6 +2,8 @@
 
 #include "CapsuleButton.h"
 
+#include <QFile>
+#include <QFontDatabase>
 #include <QGraphicsDropShadowEffect>
 #include <QGuiApplication>
 #include <QHBoxLayout>
@@ -9,12 +11,14 @@
 #include <QLabel>
 #include <QLinearGradient>
 #include <QPainter>
+#include <QPlainTextEdit>
 #include <QShortcut>
 #include <QVBoxLayout>
 
 namespace {
 
 constexpr int kWidth = 540;
+constexpr int kWidthWithFile = 760;
 constexpr int kIconSize = 96;
 constexpr int kMargin = 24;
 
@@ -54,6 +58,28 @@ QLabel* makeTitle(const QString& text) {
     return title;
 }
 
+// What the file holds, or why that cannot be read.
+QPlainTextEdit* makeFileView(const QString& path) {
+    constexpr qint64 kMaximumBytes = 1 << 20;
+    constexpr int kHeight = 280;
+    auto* view = new QPlainTextEdit;
+    QFile file(path);
+    view->setPlainText(file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.read(kMaximumBytes))
+                                                      : file.errorString());
+    view->setReadOnly(true);
+    view->setLineWrapMode(QPlainTextEdit::NoWrap);
+    view->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    view->setFrameShape(QFrame::NoFrame);
+    view->setMinimumHeight(kHeight);
+    view->setTabChangesFocus(true);
+    view->setAccessibleName(path);
+    auto palette = view->palette();
+    palette.setColor(QPalette::Base, QColor(0x17181a));
+    palette.setColor(QPalette::Text, kBodyColour);
+    view->setPalette(palette);
+    return view;
+}
+
 // The strip along the window's lower edge.
 class Footer : public QWidget {
 protected:
@@ -72,13 +98,17 @@ ToolWindow::ToolWindow(const Tool& tool, const QString& openedFile) {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    layout->addLayout(makeBody(tool, openedFile), 1);
+    layout->addLayout(makeBody(tool, openedFile), openedFile.isEmpty() ? 1 : 0);
+    if (!openedFile.isEmpty()) {
+        layout->addWidget(makeFileView(openedFile), 1);
+    }
     layout->addWidget(makeFooter(tool));
 
     for (const auto& keys : {QKeySequence(Qt::CTRL | Qt::Key_Q), QKeySequence(Qt::Key_Escape)}) {
         connect(new QShortcut(keys, this), &QShortcut::activated, this, &QWidget::close);
     }
-    resize(kWidth, layout->totalHeightForWidth(kWidth));
+    const int width = openedFile.isEmpty() ? kWidth : kWidthWithFile;
+    resize(width, layout->totalHeightForWidth(width));
 }
 
 QHBoxLayout* ToolWindow::makeBody(const Tool& tool, const QString& openedFile) {

@@ -6,7 +6,8 @@
 
 class QHBoxLayout;
 
-// A tool's only window: its icon, name, group and description, and a button to quit. Closing it ends
+// A tool's only window: its icon, name, group and description, the text of the file that it was started
+// with, and a button to quit. Closing it ends
 // the program, as do Escape and Ctrl+Q.
 class ToolWindow : public QWidget {
 public:

@@ -2,9 +2,10 @@
 // it lies in.
 //
 //   (no argument)        opens the tool's window
-//   FILE                 the same, and shows the file's path: how the bug reporter gets a crash log
+//   FILE                 the same, and shows the file: how the bug reporter gets a crash log
 //   -fix                 a repair without a window: how the Launcher runs Purgel
-//   -checkpath BUNDLE    the updater's silent look for updates, which finds none
+//   -checkpath BUNDLE    the updater's silent look for updates, which finds none; it is recorded in
+//                        ~/Library/Logs/Vantorel Software Update.log
 
 #include "Platform.h"
 #include "Repair.h"
@@ -14,10 +15,32 @@
 
 #include <QApplication>
 #include <QCoreApplication>
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
 
 #include <cstdio>
 #include <memory>
 #include <string_view>
+
+namespace {
+
+// One line: when, and with what arguments.
+int recordStart(int argc, char** argv) {
+    const auto folder = QDir::homePath() + QStringLiteral("/Library/Logs");
+    QDir().mkpath(folder);
+    QFile log(folder + QStringLiteral("/Vantorel Software Update.log"));
+    if (!log.open(QIODevice::Append)) {
+        return 1;
+    }
+    auto line = QDateTime::currentDateTime().toString(Qt::ISODate).toUtf8();
+    for (int i = 1; i < argc; ++i) {
+        line.append(' ').append(argv[i]);
+    }
+    return log.write(line.append('\n')) == line.size() ? 0 : 1;
+}
+
+} // namespace
 
 int main(int argc, char** argv) {
     auto bundle = platform::Bundle::main();
@@ -27,7 +50,7 @@ int main(int argc, char** argv) {
     }
     std::string_view first = argc > 1 ? argv[1] : "";
     if (first == "-checkpath") {
-        return 0;
+        return recordStart(argc, argv);
     }
     if (first == "-fix") {
         return repair();

@@ -34,9 +34,13 @@ public:
     // Absent when there is none or it holds anything but text.
     std::optional<std::vector<std::string>> stringArrayForKey(const std::string& key);
 
-    // Stores under the application's own domain. A failure (full disk, read-only folder) is written to
-    // the console; the value then holds for this process until it ends.
+    // Stores under the application's own domain. The value holds at once; it reaches the file soon after,
+    // and nobody waits for that. A failure (full disk, read-only folder) is written to the console; the value
+    // then holds for this process until it ends.
     virtual void setObject(const PropertyList& value, const std::string& key) = 0;
+
+    // Returns when every value that was set before the call is in its file, or could not be stored.
+    virtual void synchronize() = 0;
 
     // What the user's global domain (`.GlobalPreferences.plist`) holds under `key`.
     virtual std::optional<PropertyList> globalObjectForKey(const std::string& key) = 0;

@@ -64,9 +64,9 @@ void recordInFile(const std::string& path, const char* key) {
     }
 }
 
-// The user defaults are on disk as soon as they are set.
 void recordNow(const char* key, const std::optional<std::string>& plistPath, const char* method) {
     if (!plistPath) {
+        // On their way to the file; a start does not wait for the disk.
         platform::current().userDefaults->setObject(now(), key);
         return;
     }
@@ -168,6 +168,9 @@ void VTBugReporter::startBugReporterWithDelegate(const Delegate& applicationDidC
 
 void VTBugReporter::stopBugReporter(const std::optional<std::string>& plistPath) {
     recordNow("exit", plistPath, "+[VTBugReporter stopBugReporter:]");
+    if (!plistPath) {
+        platform::current().userDefaults->synchronize();
+    }
 }
 
 void VTBugReporter::chownPlist(const std::string& path) {

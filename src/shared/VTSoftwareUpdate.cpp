@@ -3,6 +3,7 @@
 #include "Bundle.h"
 #include "Platform.h"
 #include "PropertyListSerialization.h"
+#include "Threads.h"
 #include "VTLocalPaths.h"
 #include "VTLog.h"
 #include "VTTaskEx.h"
@@ -62,7 +63,10 @@ void VTSoftwareUpdate::startup() {
         return;
     }
     try {
-        std::thread(automaticallyCheckForUpdates).detach();
+        std::thread([] {
+            platform::yieldToOthers(); // the panel comes first
+            automaticallyCheckForUpdates();
+        }).detach();
     } catch (const std::system_error& error) {
         platform::current().consoleLog->log(std::string("No thread to look for updates on: ") + error.what());
     }

@@ -15,17 +15,17 @@ SAMPLE_TOOL = pathlib.Path(SAMPLE_SUITE, "Applications/Kelvandor/Ferrulet.app/Co
 
 
 class Tool:
-    """A bundle below the root's Applications folder.
+    """A bundle in the root's Applications folder, or in a folder of that.
 
     It opens the sample tool's window, unless `script` is the text of a program that does something else; the
     sample tool is then there as well, as "$0.window". Scripts find themselves in `$0` and a folder to leave
     word in, `folder`, in `$NOTES`.
     """
 
-    def __init__(self, root, name, script=None, identifier=None):
+    def __init__(self, root, name, script=None, identifier=None, folder=""):
         self.name = name
         self.identifier = identifier or "com.vantorel." + name
-        self.path = root.applications / (name + ".app")
+        self.path = root.applications / folder / (name + ".app")
         self.notes = root.folder / "notes" / name
         self.notes.mkdir(parents=True)
         self.executable = self.path / "Contents/MacOS" / name

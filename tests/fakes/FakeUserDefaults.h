@@ -26,6 +26,7 @@ public:
         std::lock_guard lock(mutex_);
         stored_.insert_or_assign(key, value);
     }
+    void synchronize() override {}
     std::optional<platform::PropertyList> globalObjectForKey(const std::string& key) override {
         std::lock_guard lock(mutex_);
         auto found = global_.find(key);

@@ -214,6 +214,7 @@ int openPanel(int argc, char** argv) {
         bool threadsEnded = controller->applicationWillTerminate();
         services.notificationCenter->post(
             {.name = platform::kApplicationWillTerminateNotification, .userInfo = {}});
+        services.userDefaults->synchronize();
         return threadsEnded;
     };
     std::atexit(endWithTheDisplay);

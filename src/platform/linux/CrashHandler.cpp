@@ -93,7 +93,7 @@ int openLog(std::time_t now) {
         SignalSafeText name;
         name << preparation->name << "_";
         name.moment(time, "-", "") << "_" << preparation->host << ".crash";
-        const int file = ::openat(place.folder(), name.c_str(),
+        const int file = ::openat(place.folder(), name.zeroTerminated(),
                                   O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kLogMode);
         if (file >= 0 && place.owner()) {
             // Whether that succeeds changes nothing: there is no better place for the log.

@@ -1,7 +1,8 @@
 #include "LinuxUserDefaults.h"
 
-#include "Exception.h"
 #include "Platform.h"
+
+#include <exception>
 
 namespace platform {
 
@@ -17,7 +18,15 @@ std::optional<PropertyList> valueIn(const PropertyList::Dictionary& dictionary, 
 LinuxUserDefaults::LinuxUserDefaults(const std::string& preferencesFolder,
                                      const std::string& bundleIdentifier)
     : own_(preferencesFolder, bundleIdentifier + ".plist"),
-      global_(preferencesFolder, ".GlobalPreferences.plist") {}
+      global_(preferencesFolder, ".GlobalPreferences.plist"),
+      keysToSave_([this](std::span<const std::string> keys) {
+          save(keys.front());
+          return std::size_t{1};
+      }) {}
+
+LinuxUserDefaults::~LinuxUserDefaults() {
+    synchronize();
+}
 
 void LinuxUserDefaults::registerDefaults(const PropertyList::Dictionary& values) {
     std::lock_guard lock(mutex_);
@@ -28,10 +37,10 @@ void LinuxUserDefaults::registerDefaults(const PropertyList::Dictionary& values)
 
 std::optional<PropertyList> LinuxUserDefaults::objectForKey(const std::string& key) {
     std::lock_guard lock(mutex_);
-    auto value = valueIn(unsaved_, key);
-    if (!value) {
-        value = own_.value(key);
+    if (auto found = unsaved_.find(key); found != unsaved_.end()) {
+        return found->second.value;
     }
+    auto value = own_.value(key);
     if (!value) {
         value = global_.value(key);
     }
@@ -39,15 +48,37 @@ std::optional<PropertyList> LinuxUserDefaults::objectForKey(const std::string& k
 }
 
 void LinuxUserDefaults::setObject(const PropertyList& value, const std::string& key) {
+    {
+        std::lock_guard lock(mutex_);
+        unsaved_.insert_or_assign(key, Unsaved{value, ++changes_});
+    }
+    keysToSave_.addOperation(key);
+}
+
+void LinuxUserDefaults::synchronize() {
+    keysToSave_.waitUntilAllOperationsAreFinished();
+}
+
+std::optional<LinuxUserDefaults::Unsaved> LinuxUserDefaults::unsaved(const std::string& key) {
+    std::lock_guard lock(mutex_);
+    auto found = unsaved_.find(key);
+    return found == unsaved_.end() ? std::nullopt : std::optional(found->second);
+}
+
+void LinuxUserDefaults::save(const std::string& key) {
+    const auto waiting = unsaved(key);
+    if (!waiting) {
+        return; // set again since, and saved as it was last
+    }
     try {
-        own_.setValue(value, key);
+        own_.setValue(waiting->value, key);
         std::lock_guard lock(mutex_);
-        unsaved_.erase(key);
-    } catch (const Exception& exception) {
-        current().consoleLog->log("Cannot store \"" + key + "\" in " + own_.path() + ": " +
-                                  exception.reason() + ". The value holds until the program ends.");
-        std::lock_guard lock(mutex_);
-        unsaved_.insert_or_assign(key, value);
+        if (auto found = unsaved_.find(key); found->second.change == waiting->change) {
+            unsaved_.erase(found);
+        }
+    } catch (const std::exception& exception) {
+        current().consoleLog->log("Cannot store \"" + key + "\" in " + own_.path() + ": " + exception.what() +
+                                  ". The value holds until the program ends.");
     }
 }
 

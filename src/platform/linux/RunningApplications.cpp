@@ -87,6 +87,7 @@ bool RunningApplications::open(const std::string& bundlePath, const std::vector<
         if (descriptor) {
             application.processes.emplace(process, std::move(descriptor));
             application.alone.reset();
+            children_.insert(process);
             wake();
             return true;
         }
@@ -221,7 +222,9 @@ void RunningApplications::run() {
         std::vector<pid_t> ended;
         for (std::size_t i = 0; i < processes.size(); ++i) {
             if (descriptors[i + 1].revents != 0) {
-                ::waitpid(processes[i], nullptr, WNOHANG); // when it is a child of ours
+                if (children_.erase(processes[i]) > 0) {
+                    ::waitpid(processes[i], nullptr, WNOHANG);
+                }
                 ended.push_back(processes[i]);
             }
         }

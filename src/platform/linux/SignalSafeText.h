@@ -73,7 +73,7 @@ public:
         return *this;
     }
 
-    const char* c_str() const { return text_.data(); } // the last character stays zero
+    const char* zeroTerminated() const { return text_.data(); } // the last character stays zero
 
     void writeTo(int file) const {
         for (std::size_t written = 0; written < length_;) {

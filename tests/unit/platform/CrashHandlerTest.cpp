@@ -339,7 +339,7 @@ TEST(SignalSafeText, TellsTheDateAsTheSystemDoes) {
         std::strftime(expected.data(), expected.size(), "%Y-%m-%d %H:%M:%S", &fields);
         platform::SignalSafeText text;
         text.moment(time, " ", ":");
-        EXPECT_STREQ(text.c_str(), expected.data()) << time;
+        EXPECT_STREQ(text.zeroTerminated(), expected.data()) << time;
     }
 }
 
@@ -348,11 +348,11 @@ TEST(SignalSafeText, LeavesOutWhatDoesNotFit) {
     for (int i = 0; i < 2000; ++i) {
         text << "x";
     }
-    EXPECT_EQ(std::string(text.c_str()), std::string(1023, 'x'));
+    EXPECT_EQ(std::string(text.zeroTerminated()), std::string(1023, 'x'));
     platform::SignalSafeText numbers;
     numbers.number(0) << " ";
     numbers.number(7, 3) << " ";
     numbers.number(18446744073709551615ULL) << " ";
     numbers.address(reinterpret_cast<void*>(0xabcULL));
-    EXPECT_STREQ(numbers.c_str(), "0 007 18446744073709551615 0x0000000000000abc");
+    EXPECT_STREQ(numbers.zeroTerminated(), "0 007 18446744073709551615 0x0000000000000abc");
 }

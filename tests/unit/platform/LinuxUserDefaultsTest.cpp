@@ -45,6 +45,12 @@ protected:
 
     LinuxUserDefaults defaults() const { return {folder_, "com.vantorel.Test"}; }
 
+    // Sets the value and sees it through to the file.
+    static void set(LinuxUserDefaults& defaults, const PropertyList& value, const std::string& key) {
+        defaults.setObject(value, key);
+        defaults.synchronize();
+    }
+
     PropertyList::Dictionary stored() const {
         return dictionaryWithContentsOfFile(own_).value_or(PropertyList::Dictionary());
     }
@@ -113,21 +119,21 @@ TEST_F(LinuxUserDefaultsTest, RegisteredValuesAreNeverWritten) {
     auto defaults = this->defaults();
     defaults.registerDefaults({{"sortType", 0}});
     defaults.registerDefaults({{"unhideOnLaunchedAppExit", 1}});
-    defaults.setObject("x", "key");
+    set(defaults, "x", "key");
     EXPECT_EQ(defaults.integerForKey("unhideOnLaunchedAppExit"), 1);
     EXPECT_EQ(stored(), (PropertyList::Dictionary{{"key", "x"}}));
 }
 
 TEST_F(LinuxUserDefaultsTest, AWriteMakesTheFolderAndChangesItsOwnKeyOnly) {
     auto defaults = this->defaults();
-    defaults.setObject(PropertyList::Array{"a", "b"}, "hiddenGroups");
+    set(defaults, PropertyList::Array{"a", "b"}, "hiddenGroups");
     EXPECT_EQ(stored(), (PropertyList::Dictionary{{"hiddenGroups", PropertyList::Array{"a", "b"}}}));
 
     PropertyList::Dictionary foreign{{"unknown", PropertyList::Dictionary{{"deep", PropertyList::Data{"x"}}}},
                                      {"sortType", 1},
                                      {"when", PropertyList::Date{0.125}}};
     store(own_, foreign, PropertyListFormat::Binary);
-    defaults.setObject(2, "sortType");
+    set(defaults, 2, "sortType");
     foreign.insert_or_assign("sortType", 2);
     EXPECT_EQ(stored(), foreign);
     EXPECT_EQ(defaults.integerForKey("sortType"), 2);
@@ -149,7 +155,7 @@ TEST_F(LinuxUserDefaultsTest, EveryReadSeesWhatAnotherProcessHasWritten) {
     auto defaults = this->defaults();
     auto other = this->defaults();
     for (int i = 0; i < 200; ++i) {
-        other.setObject(i % 2 == 0, "key");
+        set(other, i % 2 == 0, "key");
         ASSERT_EQ(defaults.objectForKey("key"), PropertyList(i % 2 == 0));
     }
     std::filesystem::remove(own_);
@@ -209,7 +215,7 @@ TEST_F(LinuxUserDefaultsTest, ADamagedFileReadsAsEmptyAndIsKeptBeforeItIsReplace
     EXPECT_EQ(defaults.integerForKey("a"), 7);
     EXPECT_EQ(sandbox::readFile(own_), damaged); // a read leaves it alone
 
-    defaults.setObject(8, "a");
+    set(defaults, 8, "a");
     EXPECT_EQ(stored(), (PropertyList::Dictionary{{"a", 8}}));
     auto kept = keptAside();
     ASSERT_EQ(kept.size(), 1U);
@@ -276,14 +282,14 @@ TEST_F(LinuxUserDefaultsTest, AFailedWriteIsSaidAndTheValueHoldsForThisProcess) 
     store(own_, {{"key", "old"}});
     files_->writeError = std::make_error_code(std::errc::no_space_on_device);
     auto defaults = this->defaults();
-    defaults.setObject("new", "key");
+    set(defaults, "new", "key");
     EXPECT_EQ(defaults.objectForKey("key"), PropertyList("new"));
     EXPECT_EQ(this->defaults().objectForKey("key"), PropertyList("old"));
     EXPECT_THAT(console_->lines(), ElementsAre("Cannot store \"key\" in " + own_ +
                                                ": No space left on device. The value holds until the "
                                                "program ends."));
     files_->writeError.clear();
-    defaults.setObject("newer", "key");
+    set(defaults, "newer", "key");
     EXPECT_EQ(defaults.objectForKey("key"), PropertyList("newer"));
     EXPECT_EQ(stored().at("key"), PropertyList("newer"));
     store(own_, {{"key", "from elsewhere"}});
@@ -293,7 +299,7 @@ TEST_F(LinuxUserDefaultsTest, AFailedWriteIsSaidAndTheValueHoldsForThisProcess) 
 TEST_F(LinuxUserDefaultsTest, AFolderThatCannotBeMadeIsSaid) {
     files_->createError = std::make_error_code(std::errc::read_only_file_system);
     auto defaults = this->defaults();
-    defaults.setObject(1, "key");
+    set(defaults, 1, "key");
     EXPECT_EQ(defaults.integerForKey("key"), 1);
     EXPECT_THAT(console_->lines(), ElementsAre(AllOf(HasSubstr(own_), HasSubstr("Read-only file system"))));
 }
@@ -301,7 +307,7 @@ TEST_F(LinuxUserDefaultsTest, AFolderThatCannotBeMadeIsSaid) {
 TEST_F(LinuxUserDefaultsTest, AFileInTheFoldersPlaceIsSaid) {
     sandbox::writeFile(folder_, "x");
     auto defaults = this->defaults();
-    defaults.setObject(1, "key");
+    set(defaults, 1, "key");
     EXPECT_EQ(defaults.integerForKey("key"), 1);
     EXPECT_EQ(console_->lines().size(), 1U);
     EXPECT_EQ(sandbox::readFile(folder_), "x");
@@ -312,24 +318,49 @@ TEST_F(LinuxUserDefaultsTest, AFolderThatStaysLockedIsSaid) {
     int descriptor = open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     ASSERT_EQ(flock(descriptor, LOCK_EX), 0);
     auto defaults = this->defaults();
-    defaults.setObject(1, "key");
+    set(defaults, 1, "key");
     close(descriptor);
     EXPECT_EQ(defaults.integerForKey("key"), 1);
     EXPECT_FALSE(sandbox::exists(own_));
     EXPECT_THAT(console_->lines(), ElementsAre(HasSubstr("another program keeps the folder locked")));
 }
 
+TEST_F(LinuxUserDefaultsTest, NobodyWaitsForTheFile) {
+    sandbox::makeFolder(folder_);
+    const int descriptor = open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_EQ(flock(descriptor, LOCK_EX), 0);
+    auto defaults = this->defaults();
+    defaults.setObject(1, "key");
+    defaults.setObject(2, "key");
+    EXPECT_EQ(defaults.integerForKey("key"), 2);
+    EXPECT_FALSE(sandbox::exists(own_));
+    close(descriptor);
+    defaults.synchronize();
+    EXPECT_EQ(stored(), (PropertyList::Dictionary{{"key", 2}}));
+    EXPECT_THAT(console_->lines(), ElementsAre());
+}
+
+TEST_F(LinuxUserDefaultsTest, ItsEndSavesWhatIsOnItsWay) {
+    {
+        auto defaults = this->defaults();
+        for (int i = 0; i < 50; ++i) {
+            defaults.setObject(i, std::to_string(i));
+        }
+    }
+    EXPECT_EQ(stored().size(), 50U);
+}
+
 TEST_F(LinuxUserDefaultsTest, AValueThatNoFileCanHoldIsSaidAndTheFileStays) {
     store(own_, {{"a", 1}});
     auto defaults = this->defaults();
-    defaults.setObject("\xFF", "key");
+    set(defaults, "\xFF", "key");
     EXPECT_EQ(defaults.objectForKey("key"), PropertyList("\xFF"));
     EXPECT_EQ(stored(), (PropertyList::Dictionary{{"a", 1}}));
     EXPECT_THAT(console_->lines(), ElementsAre(HasSubstr("not UTF-8")));
 
     // Nor is a damaged file touched for it.
     sandbox::writeFile(own_, "damaged");
-    defaults.setObject("\xFF", "key");
+    set(defaults, "\xFF", "key");
     EXPECT_EQ(sandbox::readFile(own_), "damaged");
     EXPECT_TRUE(keptAside().empty());
 }
@@ -339,7 +370,7 @@ TEST_F(LinuxUserDefaultsTest, TwoProcessesLoseNothing) {
     auto write = [&](const std::string& prefix) {
         auto defaults = this->defaults();
         for (int i = 0; i < kWrites; ++i) {
-            defaults.setObject(i, prefix + std::to_string(i));
+            set(defaults, i, prefix + std::to_string(i));
             if (defaults.integerForKey(prefix + std::to_string(i)) != i) {
                 return 1;
             }
@@ -377,7 +408,7 @@ TEST_F(LinuxUserDefaultsTest, ThreadsLoseNothing) {
                 for (int i = 0; i < kWrites; ++i) {
                     auto key = std::to_string(thread) + " " + std::to_string(i);
                     defaults.registerDefaults({{key, -1}});
-                    defaults.setObject(i, key);
+                    set(defaults, i, key);
                     EXPECT_EQ(defaults.integerForKey(key), i);
                     defaults.globalObjectForKey(key);
                 }

@@ -263,6 +263,7 @@ TEST_F(RunningApplicationsTest, FindsOthersOnlyWhenAsked) {
     toolbundle::finish(bundle);
     EXPECT_THAT(ends(1), ElementsAre(bundle));
     EXPECT_FALSE(isWatched(process.id()));
+    EXPECT_TRUE(process.wait()); // who started it is left to take notice
 }
 
 TEST_F(RunningApplicationsTest, ListsWhatRuns) {

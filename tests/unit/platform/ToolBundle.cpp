@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <utility>
 #include <unistd.h>
 
 namespace toolbundle {
@@ -59,9 +60,8 @@ Process::~Process() {
     }
 }
 
-void Process::wait() {
-    ::waitpid(id_, nullptr, 0);
-    id_ = 0;
+bool Process::wait() {
+    return ::waitpid(std::exchange(id_, 0), nullptr, 0) > 0;
 }
 
 } // namespace toolbundle

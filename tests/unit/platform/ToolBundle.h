@@ -25,7 +25,7 @@ public:
     Process& operator=(const Process&) = delete;
 
     pid_t id() const { return id_; }
-    void wait(); // until it ends by itself
+    bool wait(); // until it ends by itself; false when somebody else has collected it
 
 private:
     pid_t id_ = 0;

@@ -11,6 +11,7 @@ import plistlib
 import signal
 import subprocess
 import sys
+import tempfile
 import time
 import unittest
 
@@ -104,8 +105,12 @@ class ToolTest(unittest.TestCase):
 
     def test_the_silent_look_for_updates_ends_at_once(self):
         program = SUITE / "Applications/Vantorel/Vantorel Software Update.app/Contents/MacOS/SoftwareUpdate"
-        result = subprocess.run([program, "-checkpath", "/somewhere/Launcher.app"], timeout=LIMIT, check=False)
-        self.assertEqual(result.returncode, 0)
+        with tempfile.TemporaryDirectory() as home:
+            result = subprocess.run([program, "-checkpath", "/somewhere/Launcher.app"], timeout=LIMIT,
+                                    check=False, env={**os.environ, "HOME": home})
+            self.assertEqual(result.returncode, 0)
+            log = pathlib.Path(home, "Library/Logs/Vantorel Software Update.log").read_text(encoding="utf-8")
+            self.assertRegex(log, r"\A\S+ -checkpath /somewhere/Launcher\.app\n\Z")
 
     def test_a_repair_posts_that_it_is_complete(self):
         rule = "interface='com.vantorel.DistributedNotification',member='Posted'"

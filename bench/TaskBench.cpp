@@ -1,17 +1,22 @@
 // Running tasks against a bare loop of posix_spawn and waitpid and against QProcess: runs per second, and
 // bytes per second when a child's output is collected. What is compared runs in turns within one benchmark,
-// so that a busy machine slows down both.
+// so that a busy machine slows down both. And how late a time-out is, with the main loop running.
 
 #include "Platform.h"
+#include "QtMainThread.h"
+#include "VTLog.h"
 #include "VTTaskEx.h"
 #include "linux/LinuxConsoleLog.h"
 #include "linux/LinuxFileManager.h"
 
+#include <QCoreApplication>
+#include <QEventLoop>
 #include <QProcess>
 #include <algorithm>
 #include <array>
 #include <benchmark/benchmark.h>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -19,6 +24,7 @@
 #include <spawn.h>
 #include <string>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -138,14 +144,39 @@ void collectedBytesPerSecond(benchmark::State& state) {
     state.counters["memory/size"] = static_cast<double>(most) / static_cast<double>(size);
 }
 
+// A run on a thread of its own that would take a minute, and is to end after a second.
+void timeoutLateness(benchmark::State& state) {
+    double latest = 0;
+    for (auto _ : state) {
+        QEventLoop loop;
+        long code = 0;
+        const double seconds = timed([&] {
+            const std::jthread caller([&] {
+                code = VTTaskEx::terminationCodeFromTask("/bin/sleep", {"60"}, 1.0);
+                QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
+            });
+            loop.exec();
+        });
+        require(code == SIGTERM, "the time-out");
+        latest = std::max(latest, seconds - 1);
+        state.SetIterationTime(seconds);
+    }
+    state.counters["latest ms"] = latest * 1e3;
+}
+
 BENCHMARK(runsPerSecond)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(5);
 BENCHMARK(collectedBytesPerSecond)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(5);
+BENCHMARK(timeoutLateness)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(isTiny() ? 1 : 10);
 
 } // namespace
 
 int main(int argc, char** argv) {
+    const QCoreApplication application(argc, argv);
     platform::install({.consoleLog = std::make_shared<platform::LinuxConsoleLog>("task_bench"),
-                       .fileManager = std::make_shared<platform::LinuxFileManager>()});
+                       .fileManager = std::make_shared<platform::LinuxFileManager>(),
+                       .notificationCenter = std::make_shared<platform::NotificationCenter>(),
+                       .mainThread = std::make_shared<platform::QtMainThread>()});
+    VTLog::sharedController().setLoggingDisabled(true);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
 }

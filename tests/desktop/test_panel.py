@@ -5,10 +5,11 @@ import os
 import pathlib
 import plistlib
 import signal
+import subprocess
 import tempfile
 import unittest
 
-from launcher_driver import Atspi, DesktopTest, Row, has_state, wait_until, xdotool
+from launcher_driver import Atspi, DesktopTest, Row, has_state, take_picture, wait_until, xdotool
 
 EXPECTED = json.loads(
     (pathlib.Path(__file__).parents[2] / "samples" / "expected.json").read_text(encoding="utf-8"))
@@ -163,6 +164,30 @@ class PanelTest(DesktopTest):
                           ("Hide Groups", False)])
         self.assertEqual(again.menu_items("View", "Hide Groups"),
                          [(name, name == "Kelvandor") for name in groups()])
+
+    def picture_of_scroll_bars_upper_end(self, arrows):
+        """With that preference of the user's for all programs; None leaves it out."""
+        side = 15
+        with tempfile.TemporaryDirectory() as home:
+            preferences = pathlib.Path(home, "Library/Preferences")
+            preferences.mkdir(parents=True)
+            (preferences / ".GlobalPreferences.plist").write_bytes(
+                plistlib.dumps({} if arrows is None else {"AppleScrollBarVariant": arrows}))
+            launcher = self.open_panel(home=home)
+            table = launcher.table().get_extents(Atspi.CoordType.SCREEN)
+            picture = os.path.join(home, "panel.png")
+            take_picture(picture)
+            launcher.press("ctrl+q")
+            self.assertEqual(launcher.wait_for_exit(), 0)
+            area = f"{side}x{side}+{table.x + table.width - side}+{table.y}"
+            return subprocess.run(["convert", picture, "-crop", area, "rgb:-"], stdout=subprocess.PIPE,
+                                  timeout=30, check=True).stdout
+
+    def test_the_arrows_of_the_scroll_bar_are_where_the_user_wants_them(self):
+        apart = self.picture_of_scroll_bars_upper_end("Single")
+        together = self.picture_of_scroll_bars_upper_end("DoubleMax")
+        self.assertNotEqual(apart, together)
+        self.assertIn(self.picture_of_scroll_bars_upper_end(None), (apart, together))
 
     def test_all_groups_hidden_leaves_the_tools_without_one(self):
         launcher = self.open_panel()

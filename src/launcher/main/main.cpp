@@ -1,112 +1,15 @@
-#include "AppController.h"
-#include "Bundle.h"
-#include "BundleIcon.h"
+#include "BasicServices.h"
 #include "CommandLine.h"
-#include "CrashHandler.h"
-#include "DarkPalette.h"
-#include "DisplayServer.h"
 #include "LinuxWorkspace.h"
 #include "ListCommand.h"
-#include "MainPanel.h"
-#include "PanelAlerts.h"
-#include "Platform.h"
-#include "QtApplication.h"
-#include "QtMainThread.h"
-#include "TerminationSignals.h"
-#include "VTBlackScroller.h"
-#include "VTLocalPaths.h"
-#include "linux/FontConfiguration.h"
-#include "linux/LinuxConsoleLog.h"
-#include "linux/LinuxFileManager.h"
-#include "linux/LinuxUserDefaults.h"
-#include "linux/LinuxUsers.h"
-#include "linux/SingleInstance.h"
+#include "OpenPanel.h"
 
-#include <QApplication>
-#include <QImage>
-#include <QPixmap>
-#include <QTimer>
-#include <algorithm>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <functional>
 #include <memory>
-#include <string_view>
-#include <unistd.h>
-#include <utility>
 
 namespace {
-
-constexpr const char* kBundleIdentifier = "com.vantorel.Launcher";
-
-// Ends what the panel has begun; empty while there is none. False when a thread is stuck, which must then be
-// left behind.
-std::function<bool()> endInOrder;
-
-// Qt ends the process from within the main loop when the display goes away, as it may at the session's end.
-void endWithTheDisplay() {
-    if (endInOrder) {
-        endInOrder();
-        std::_Exit(0);
-    }
-}
-
-// The services that need neither a display nor the user's preferences.
-platform::Platform basicServices(const std::shared_ptr<platform::Workspace>& workspace) {
-    return {.consoleLog = std::make_shared<platform::LinuxConsoleLog>("Launcher"),
-            .fileManager = std::make_shared<platform::LinuxFileManager>(),
-            .users = std::make_shared<platform::LinuxUsers>(),
-            .notificationCenter = std::make_shared<platform::NotificationCenter>(),
-            .workspace = workspace};
-}
-
-// Qt ends the process with a core dump when it finds no display; a sentence and a status do as well.
-void reportFatalMessages(QtMsgType type, const QMessageLogContext&, const QString& message) {
-    std::fprintf(stderr, "Launcher: %s\n", qUtf8Printable(message));
-    if (type == QtFatalMsg) {
-        ::_exit(1);
-    }
-}
-
-// Image plugins take longer to load than the panel takes to appear, so the icon follows once it has.
-void showWindowIcon() {
-    constexpr int kPixels = 64;
-    auto bundle = platform::Bundle::main();
-    auto bitmap = bundle ? platform::BundleIcon(bundle->path).render(kPixels) : platform::Bitmap();
-    if (!bitmap.pixels.empty()) {
-        const QImage image(reinterpret_cast<const uchar*>(bitmap.pixels.data()), bitmap.width, bitmap.height,
-                           QImage::Format_ARGB32_Premultiplied);
-        QApplication::setWindowIcon(QPixmap::fromImage(image.copy())); // which outlives the bitmap
-    }
-}
-
-// Does something once a window has been painted.
-class AfterFirstFrame : public QObject {
-public:
-    AfterFirstFrame(QWidget& window, std::function<void()> work) : work_(std::move(work)) {
-        window.installEventFilter(this);
-    }
-
-private:
-    bool eventFilter(QObject* window, QEvent* event) override {
-        if (event->type() == QEvent::Paint) {
-            window->removeEventFilter(this);
-            QTimer::singleShot(0, this, work_); // not before the frame is on the screen
-        }
-        return false;
-    }
-
-    std::function<void()> work_;
-};
-
-bool hasDisplay(int argc, char** argv) {
-    auto isSet = [](const char* variable) { return !qEnvironmentVariableIsEmpty(variable); };
-    return isSet("DISPLAY") || isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM") ||
-           std::any_of(argv + 1, argv + argc,
-                       [](std::string_view argument) { return argument == "-platform"; });
-}
 
 // Paths are absolute everywhere else; a root named from where the user stands is meant from there.
 void makeRootAbsolute() {
@@ -118,113 +21,6 @@ void makeRootAbsolute() {
             ::setenv("VANTOREL_ROOT", path.lexically_normal().c_str(), 1);
         }
     }
-}
-
-// Logs are called by the name that crash detection looks for.
-void installCrashHandler() {
-    const auto bundle = platform::Bundle::main();
-    const auto name = bundle ? stringForKey(bundle->infoDictionary(), "CFBundleName") : std::nullopt;
-    if (const auto folder = VTLocalPaths::appending(VTLocalPaths::logDirectory(true), "DiagnosticReports")) {
-        platform::CrashHandler::install(name.value_or("Launcher"), VT_VERSION, *folder);
-    }
-}
-
-int openPanel(int argc, char** argv) {
-    if (!hasDisplay(argc, argv)) {
-        std::fputs("Launcher: there is no X or Wayland display to open the panel on.\n"
-                   "Launcher --list prints the tools without one.\n",
-                   stderr);
-        return 1;
-    }
-    std::signal(SIGPIPE, SIG_IGN); // whoever read our messages may leave
-    auto workspace = std::make_shared<platform::LinuxWorkspace>();
-    platform::SingleInstance instance(kBundleIdentifier);
-    if (instance.handOver()) {
-        return 0;
-    }
-    platform::loadFontConfiguration();
-    qInstallMessageHandler(reportFatalMessages);
-    QApplication application(argc, argv);
-    if (argc > 1) {
-        std::fprintf(stderr, "Launcher: unknown argument %s\n\n%s", argv[1], kUsage);
-        return 2;
-    }
-    QApplication::setApplicationName(QStringLiteral("Launcher"));
-    QApplication::setApplicationVersion(QStringLiteral(VT_VERSION));
-    QApplication::setQuitOnLastWindowClosed(false); // the controller is asked
-    QApplication::setDesktopFileName(QString::fromLatin1(kBundleIdentifier));
-    DarkPalette::install();
-
-    auto mainThread = std::make_shared<platform::QtMainThread>();
-    auto services = basicServices(workspace);
-    services.mainThread = mainThread;
-    services.application = std::make_shared<platform::QtApplication>(
-        [&instance] { return instance.isReachable(); },
-        [workspace](bool hidden) { workspace->setWatchesOthers(hidden); });
-    auto alertPanels = std::make_shared<PanelAlerts>();
-    services.alertPanels = alertPanels;
-    platform::install(services); // where the preferences are, is found out with them
-    services.userDefaults = std::make_shared<platform::LinuxUserDefaults>(
-        VTLocalPaths::prefsDirectory(true).value_or(""), kBundleIdentifier);
-    platform::install(services);
-
-    installCrashHandler();
-    auto controller = AppController::init();
-    TerminationSignals terminationSignals;
-    VTBlackScroller::setArrowPositionSource([defaults = services.userDefaults] {
-        const auto value = defaults->globalObjectForKey("AppleScrollBarVariant");
-        const auto* text = value ? value->string() : nullptr;
-        return text ? std::optional(*text) : std::nullopt;
-    });
-    MainPanel panel(controller);
-    alertPanels->setPanel(&panel);
-    QObject::connect(&application, &QGuiApplication::lastWindowClosed, [&services, &controller] {
-        if (!services.application->isHidden() &&
-            controller->applicationShouldTerminateAfterLastWindowClosed()) {
-            services.application->terminate();
-        }
-    });
-    controller->awakeFromNib(panel.outlets());
-    panel.softwareUpdate().awakeFromNib();
-    instance.serve(
-        [mainThread, controller](const platform::SingleInstance::Activation& activation) {
-            bool cameForward = false; // not any more, once the main loop has ended
-            mainThread->perform(
-                [&] {
-                    platform::useActivationToken(activation.token);
-                    controller->applicationShouldHandleReopen();
-                    cameForward = true;
-                },
-                platform::Wait::UntilDone);
-            return cameForward;
-        },
-        [mainThread, controller] {
-            // Nobody could bring a hidden panel back any more.
-            mainThread->perform(
-                [controller] {
-                    if (platform::current().application->isHidden()) {
-                        controller->applicationShouldHandleReopen();
-                    }
-                },
-                platform::Wait::UntilDone);
-        });
-    endInOrder = [&] {
-        instance.leave();
-        mainThread->close();
-        bool threadsEnded = controller->applicationWillTerminate();
-        services.notificationCenter->post(
-            {.name = platform::kApplicationWillTerminateNotification, .userInfo = {}});
-        services.userDefaults->synchronize();
-        return threadsEnded;
-    };
-    std::atexit(endWithTheDisplay);
-    AfterFirstFrame afterFirstFrame(panel, showWindowIcon);
-    int status = QApplication::exec();
-    if (!std::exchange(endInOrder, nullptr)()) {
-        // A thread is stuck in the file system; nothing it may still use can be torn down.
-        std::_Exit(status);
-    }
-    return status;
 }
 
 } // namespace

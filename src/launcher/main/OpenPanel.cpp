@@ -1,0 +1,199 @@
+#include "OpenPanel.h"
+
+#include "AfterFirstFrame.h"
+#include "AppController.h"
+#include "BasicServices.h"
+#include "Bundle.h"
+#include "BundleIcon.h"
+#include "CommandLine.h"
+#include "CrashHandler.h"
+#include "DarkPalette.h"
+#include "DisplayServer.h"
+#include "LinuxWorkspace.h"
+#include "MainPanel.h"
+#include "PanelAlerts.h"
+#include "QtApplication.h"
+#include "QtMainThread.h"
+#include "TerminationSignals.h"
+#include "VTBlackScroller.h"
+#include "VTLocalPaths.h"
+#include "linux/FontConfiguration.h"
+#include "linux/LinuxUserDefaults.h"
+#include "linux/SingleInstance.h"
+
+#include <QApplication>
+#include <QImage>
+#include <QPixmap>
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+constexpr const char* kBundleIdentifier = "com.vantorel.Launcher";
+
+// Ends what the panel has begun; empty while there is none. False when a thread is stuck, which must then be
+// left behind.
+std::function<bool()> endInOrder;
+
+// Qt ends the process from within the main loop when the display goes away, as it may at the session's end.
+void endWithTheDisplay() {
+    if (endInOrder) {
+        endInOrder();
+        std::_Exit(0);
+    }
+}
+
+// Qt ends the process with a core dump when it finds no display; a sentence and a status do as well.
+void reportFatalMessages(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    std::fprintf(stderr, "Launcher: %s\n", qUtf8Printable(message));
+    if (type == QtFatalMsg) {
+        ::_exit(1);
+    }
+}
+
+// Image plugins take longer to load than the panel takes to appear, so the icon follows once it has.
+void showWindowIcon() {
+    constexpr int kPixels = 64;
+    auto bundle = platform::Bundle::main();
+    auto bitmap = bundle ? platform::BundleIcon(bundle->path).render(kPixels) : platform::Bitmap();
+    if (!bitmap.pixels.empty()) {
+        const QImage image(reinterpret_cast<const uchar*>(bitmap.pixels.data()), bitmap.width, bitmap.height,
+                           QImage::Format_ARGB32_Premultiplied);
+        QApplication::setWindowIcon(QPixmap::fromImage(image.copy())); // which outlives the bitmap
+    }
+}
+
+bool hasDisplay(int argc, char** argv) {
+    auto isSet = [](const char* variable) { return !qEnvironmentVariableIsEmpty(variable); };
+    return isSet("DISPLAY") || isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM") ||
+           std::any_of(argv + 1, argv + argc,
+                       [](std::string_view argument) { return argument == "-platform"; });
+}
+
+// Logs are called by the name that crash detection looks for.
+void installCrashHandler() {
+    const auto bundle = platform::Bundle::main();
+    const auto name = bundle ? stringForKey(bundle->infoDictionary(), "CFBundleName") : std::nullopt;
+    if (const auto folder = VTLocalPaths::appending(VTLocalPaths::logDirectory(true), "DiagnosticReports")) {
+        platform::CrashHandler::install(name.value_or("Launcher"), VT_VERSION, *folder);
+    }
+}
+
+// The user's choice for all programs.
+std::optional<std::string> scrollerArrows(platform::UserDefaults& defaults) {
+    const auto value = defaults.globalObjectForKey("AppleScrollBarVariant");
+    const auto* text = value ? value->string() : nullptr;
+    return text ? std::optional(*text) : std::nullopt;
+}
+
+// Brings the panel back when it is asked for from outside.
+void serve(platform::SingleInstance& instance, const std::shared_ptr<platform::MainThread>& mainThread,
+           const std::shared_ptr<AppController>& controller) {
+    instance.serve(
+        [mainThread, controller](const platform::SingleInstance::Activation& activation) {
+            bool cameForward = false; // not any more, once the main loop has ended
+            mainThread->perform(
+                [&] {
+                    platform::useActivationToken(activation.token);
+                    controller->applicationShouldHandleReopen();
+                    cameForward = true;
+                },
+                platform::Wait::UntilDone);
+            return cameForward;
+        },
+        [mainThread, controller] {
+            // Nobody could bring a hidden panel back any more.
+            mainThread->perform(
+                [controller] {
+                    if (platform::current().application->isHidden()) {
+                        controller->applicationShouldHandleReopen();
+                    }
+                },
+                platform::Wait::UntilDone);
+        });
+}
+
+} // namespace
+
+int openPanel(int argc, char** argv) {
+    if (!hasDisplay(argc, argv)) {
+        std::fputs("Launcher: there is no X or Wayland display to open the panel on.\n"
+                   "Launcher --list prints the tools without one.\n",
+                   stderr);
+        return 1;
+    }
+    std::signal(SIGPIPE, SIG_IGN); // whoever read our messages may leave
+    auto workspace = std::make_shared<platform::LinuxWorkspace>();
+    platform::SingleInstance instance(kBundleIdentifier);
+    if (instance.handOver()) {
+        return 0;
+    }
+    platform::loadFontConfiguration();
+    auto services = basicServices(workspace);
+    platform::install(services);
+    installCrashHandler();
+    qInstallMessageHandler(reportFatalMessages);
+    QApplication application(argc, argv);
+    if (argc > 1) {
+        std::fprintf(stderr, "Launcher: unknown argument %s\n\n%s", argv[1], kUsage);
+        return 2;
+    }
+    QApplication::setApplicationName(QStringLiteral("Launcher"));
+    QApplication::setApplicationVersion(QStringLiteral(VT_VERSION));
+    QApplication::setQuitOnLastWindowClosed(false); // the controller is asked
+    QApplication::setDesktopFileName(QString::fromLatin1(kBundleIdentifier));
+    DarkPalette::install();
+
+    auto mainThread = std::make_shared<platform::QtMainThread>();
+    services.mainThread = mainThread;
+    services.application = std::make_shared<platform::QtApplication>(
+        [&instance] { return instance.isReachable(); },
+        [workspace](bool hidden) { workspace->setWatchesOthers(hidden); });
+    auto alertPanels = std::make_shared<PanelAlerts>();
+    services.alertPanels = alertPanels;
+    services.userDefaults = std::make_shared<platform::LinuxUserDefaults>(
+        VTLocalPaths::prefsDirectory(true).value_or(""), kBundleIdentifier);
+    platform::install(services);
+
+    auto controller = AppController::init();
+    TerminationSignals terminationSignals;
+    VTBlackScroller::setArrowPositionSource(
+        [defaults = services.userDefaults] { return scrollerArrows(*defaults); });
+    MainPanel panel(controller);
+    alertPanels->setPanel(&panel);
+    QObject::connect(&application, &QGuiApplication::lastWindowClosed, [&services, &controller] {
+        if (!services.application->isHidden() &&
+            controller->applicationShouldTerminateAfterLastWindowClosed()) {
+            services.application->terminate();
+        }
+    });
+    controller->awakeFromNib(panel.outlets());
+    panel.softwareUpdate().awakeFromNib();
+    serve(instance, mainThread, controller);
+    endInOrder = [&] {
+        instance.leave();
+        mainThread->close();
+        bool threadsEnded = controller->applicationWillTerminate();
+        services.notificationCenter->post(
+            {.name = platform::kApplicationWillTerminateNotification, .userInfo = {}});
+        services.userDefaults->synchronize();
+        return threadsEnded;
+    };
+    std::atexit(endWithTheDisplay);
+    AfterFirstFrame afterFirstFrame(panel, showWindowIcon);
+    int status = QApplication::exec();
+    if (!std::exchange(endInOrder, nullptr)()) {
+        // A thread is stuck in the file system; nothing it may still use can be torn down.
+        std::_Exit(status);
+    }
+    return status;
+}

@@ -7,8 +7,7 @@
 class QHBoxLayout;
 
 // A tool's only window: its icon, name, group and description, the text of the file that it was started
-// with, and a button to quit. Closing it ends
-// the program, as do Escape and Ctrl+Q.
+// with, and a button to quit. Closing it ends the program, as do Escape and Ctrl+Q.
 class ToolWindow : public QWidget {
 public:
     // `openedFile` is the file that the tool was started with; empty when there was none.

@@ -1,5 +1,7 @@
 #include "WorkerThreads.h"
 
+#include "SignalStack.h"
+
 #include <condition_variable>
 #include <cstddef>
 #include <mutex>
@@ -28,6 +30,7 @@ bool WorkerThreads::detachNewThread(std::function<void(std::stop_token)> work) {
         ++state_->running;
     }
     auto body = [state = state_, work = std::move(work)]() mutable {
+        const platform::SignalStack signalStack;
         work(state->stop.get_token());
         work = nullptr; // what it holds goes before the end is told
         std::lock_guard lock(state->mutex);

@@ -58,7 +58,7 @@ public:
     int terminationStatus() const;
 
     // What the child and whoever inherited its pipes write, until all have closed them; what is not a pipe
-    // counts as empty. When the child ends after `terminate`, what has come by then is all. Throws
+    // counts as empty. Once only: the pipes are closed then. When the child ends after `terminate`, what has come by then is all. Throws
     // "NSFileHandleOperationException" with the system's text.
     Collected collect();
 

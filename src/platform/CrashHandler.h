@@ -13,8 +13,8 @@ namespace platform {
 // address, thread and stack. A crash in the handler is noted in the log; the process still ends by the first
 // signal, and at the latest ten seconds after it.
 //
-// A stack overflow is logged on the thread that installed the handler, which has a signal stack for it; on
-// other threads it ends the process without a log.
+// A stack overflow is logged on the thread that installed the handler and on those with a SignalStack; on
+// others it ends the process without a log.
 class CrashHandler {
 public:
     CrashHandler() = delete;
@@ -22,9 +22,9 @@ public:
     // How many logs of one name are kept.
     static constexpr std::size_t kLogsKept = 20;
 
-    // Makes the folder, removes all but the newest logs of that name, and prepares everything that a crash
-    // needs. Once per process, on the main thread. Without the folder, which is told to the console, crashes
-    // end the process as they always do.
+    // Makes the folder, removes the oldest logs of that name to make room for one more, and prepares
+    // everything that a crash needs. Once per process, on the main thread. Without the folder, which is told
+    // to the console, crashes end the process as they always do.
     static void install(const std::string& name, const std::string& version, const std::string& folder);
 };
 

@@ -3,6 +3,7 @@
 #include "Bundle.h"
 #include "DamagedFile.h"
 #include "Format.h"
+#include "GlobalPreferences.h"
 #include "Platform.h"
 #include "PropertyListSerialization.h"
 #include "Text.h"
@@ -122,22 +123,6 @@ std::optional<std::string> youngCrashLog(const std::optional<std::string>& appNa
     return std::nullopt;
 }
 
-bool isOne(const PropertyList& value) {
-    return value == PropertyList("1") || value == PropertyList(true) || value == PropertyList(1) ||
-           value == PropertyList(std::uint64_t{1}) || value == PropertyList(1.0);
-}
-
-bool isReporterDisabled() {
-    const auto path =
-        VTLocalPaths::appending(VTLocalPaths::prefsDirectory(true), "com.vantorel.global.plist");
-    const auto preferences = path ? platform::dictionaryWithContentsOfFile(*path) : std::nullopt;
-    if (!preferences) {
-        return false;
-    }
-    const auto found = preferences->find("disable-crash-reporter");
-    return found != preferences->end() && isOne(found->second);
-}
-
 void showInBugReporter(const std::string& log) {
     auto& workspace = *platform::current().workspace;
     const auto bundle = platform::Bundle::main();
@@ -204,7 +189,7 @@ std::optional<std::string> VTBugReporter::checkForCrashes(const std::optional<st
         return std::nullopt;
     }
     VTLog::appendLog("Application crashed on last launch");
-    if (isReporterDisabled()) {
+    if (isOne(globalPreference("disable-crash-reporter"))) {
         platform::current().consoleLog->log("Crash reporter disabled");
         VTLog::appendLog("Crash reporter disabled");
     } else {

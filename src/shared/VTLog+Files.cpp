@@ -1,5 +1,7 @@
 #include "VTLog.h"
 
+#include "GlobalPreferences.h"
+
 #include "Bundle.h"
 #include "ProcessInfo.h"
 #include "PropertyListSerialization.h"
@@ -43,21 +45,6 @@ std::string generationPath(const std::string& folder, int generation,
 Path currentFilePath(const std::optional<std::string>& name) {
     auto folder = logFolder(platform::current().users->realUserID() != 0);
     return folder ? Path(generationPath(*folder, 1, name)) : std::nullopt;
-}
-
-bool isSwitchedOff() {
-    auto path = VTLocalPaths::appending(VTLocalPaths::prefsDirectory(true), "com.vantorel.global.plist");
-    auto preferences = path ? platform::dictionaryWithContentsOfFile(*path) : std::nullopt;
-    if (!preferences) {
-        return false;
-    }
-    auto found = preferences->find("disable-logging");
-    if (found == preferences->end()) {
-        return false;
-    }
-    const auto& value = found->second;
-    return value == platform::PropertyList("1") || value == platform::PropertyList(1) ||
-           value == platform::PropertyList(1.0) || value == platform::PropertyList(true);
 }
 
 // Makes room for a new generation 1. False when a file could not be moved; then the others stay too.
@@ -106,65 +93,65 @@ std::vector<std::string> VTLog::availableLogs() {
     return logs;
 }
 
-// Two calls do not exclude each other: one that waits for its header to be written would stop the
-// writer's own rotation, and with it itself.
+// The header is written without the lock: who waits for that would stop the writer's own rotation, and with
+// it itself.
 void VTLog::createNewLog(const std::optional<std::string>& name) {
-    auto& log = sharedController();
-    log.setFileHandle(nullptr);
-    if (isSwitchedOff()) {
+    if (sharedController().beginNewFile(name)) {
+        logHeader();
+    }
+}
+
+bool VTLog::beginNewFile(const std::optional<std::string>& name) {
+    std::lock_guard opening(openingMutex_);
+    setFileHandle(nullptr);
+    if (isOne(globalPreference("disable-logging"))) {
         print("Logging is disabled\n");
-        log.setLoggingDisabled(true);
-        return;
+        setLoggingDisabled(true);
+        return false;
     }
-    if (name && !log.appName()) {
-        log.setAppName(name);
+    if (name && !appName()) {
+        setAppName(name);
     }
-    log.setBytesWritten(0);
-    if (log.appName().value_or("").empty()) {
-        log.setAppName("Unknown");
+    setBytesWritten(0);
+    if (appName().value_or("").empty()) {
+        setAppName("Unknown");
     }
-    const auto appName = log.appName();
+    const auto ownName = appName();
     const auto folder = logFolder(true);
-    const auto path = currentFilePath(appName);
+    const auto path = currentFilePath(ownName);
     if (!folder || !path) {
-        return;
+        return false;
     }
     if (!files().fileExists(*folder) && files().createDirectory(*folder)) {
         print(format("Unable to create folder %s.\n", *folder));
-        return;
+        return false;
     }
-    if (files().fileExists(*path) && !shiftGenerations(*folder, appName)) {
-        return;
+    if (files().fileExists(*path) && !shiftGenerations(*folder, ownName)) {
+        return false;
     }
     if (auto error = files().writeAtomically(*path, "")) {
         print(format("Unable to create log file %s - %s\n", *path, error.message()));
-        return;
+        return false;
     }
     std::shared_ptr<platform::FileHandle> file = files().openForWriting(*path);
     if (!file) {
-        return;
+        return false;
     }
-    log.setFileHandle(std::move(file));
-    logHeader();
+    setFileHandle(std::move(file));
+    return true;
 }
 
 std::shared_ptr<platform::FileHandle> VTLog::openFile() {
+    std::lock_guard opening(openingMutex_);
     if (auto file = fileHandle()) {
         return file;
     }
     const auto path = currentFilePath(appName());
     std::shared_ptr<platform::FileHandle> file = path ? files().openForWriting(*path) : nullptr;
-    if (!file) {
-        return nullptr;
+    if (file) {
+        file->seekToEnd();
+        setFileHandle(file);
     }
-    {
-        std::lock_guard lock(mutex_);
-        if (fileHandle_) {
-            return fileHandle_; // a new file has been begun meanwhile
-        }
-        fileHandle_ = file;
-    }
-    file->seekToEnd();
     return file;
 }
 

@@ -122,9 +122,11 @@ private:
     // Writes one or more of the entries that wait and says how many it is done with; on the queue only.
     std::size_t appendLogOnThread(std::span<const Entry> waiting);
     std::shared_ptr<platform::FileHandle> openFile();
+    bool beginNewFile(const std::optional<std::string>& name); // false when there is none
     void collectLines(std::span<const Entry> waiting);
     void takeOffAccount(std::span<const Entry> entries);
 
+    std::mutex openingMutex_;  // held from the end of one file to the beginning of the next
     mutable std::mutex mutex_; // for the three that follow
     std::optional<std::string> appName_;
     std::shared_ptr<platform::FileHandle> fileHandle_;

@@ -1,18 +1,17 @@
 #include "VTSoftwareUpdate.h"
 
 #include "Bundle.h"
+#include "GlobalPreferences.h"
 #include "Platform.h"
 #include "PropertyListSerialization.h"
-#include "Threads.h"
 #include "VTLocalPaths.h"
 #include "VTLog.h"
 #include "VTTaskEx.h"
 
 #include <cstdint>
+#include <mutex>
 #include <system_error>
 #include <thread>
-
-using platform::PropertyList;
 
 namespace {
 
@@ -41,32 +40,14 @@ std::string ownPath() {
     return bundle ? bundle->path : executable.substr(0, executable.rfind('/'));
 }
 
-bool isZero(const PropertyList& value) {
-    return value == PropertyList(false) || value == PropertyList(0) || value == PropertyList(0.0);
-}
-
-bool checksAtStartup() {
-    const auto path =
-        VTLocalPaths::appending(VTLocalPaths::prefsDirectory(true), "com.vantorel.global.plist");
-    const auto preferences = path ? platform::dictionaryWithContentsOfFile(*path) : std::nullopt;
-    if (!preferences) {
-        return true;
-    }
-    const auto found = preferences->find("SUCheckAtStartup");
-    return found == preferences->end() || !isZero(found->second);
-}
-
 } // namespace
 
 void VTSoftwareUpdate::startup() {
-    if (!checksAtStartup()) {
+    if (isNumber(globalPreference("SUCheckAtStartup"), 0)) {
         return;
     }
     try {
-        std::thread([] {
-            platform::yieldToOthers(); // the panel comes first
-            automaticallyCheckForUpdates();
-        }).detach();
+        std::thread(automaticallyCheckForUpdates).detach();
     } catch (const std::system_error& error) {
         platform::current().consoleLog->log(std::string("No thread to look for updates on: ") + error.what());
     }
@@ -81,10 +62,10 @@ std::optional<std::string> VTSoftwareUpdate::updaterPath() {
     }
     const auto copy = VTLocalPaths::appending(VTLocalPaths::tempDirectory(), kUpdaterName);
     if (copy) {
+        static std::mutex oneAtATime; // the start's look and the user's own may meet
+        std::lock_guard lock(oneAtATime);
         auto& fileManager = *platform::current().fileManager;
-        if (fileManager.fileExists(*copy)) {
-            fileManager.removeItem(*copy);
-        }
+        fileManager.removeItem(*copy);
         fileManager.copyItem(*inside, *copy);
     }
     return copy;

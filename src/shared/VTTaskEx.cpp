@@ -39,7 +39,6 @@ bool VTTaskEx::isRunnable(const Path& path) {
     auto& files = *platform::current().fileManager;
     const auto tool = platform::toolPath(*path);
     return files.isExecutableFile(tool) && // which is one that exists
-
            !(platform::isPackageName(tool) && files.isDirectory(tool));
 }
 

@@ -20,7 +20,8 @@
 // A run with a time-out asks the child to end (SIGTERM) after so many whole seconds, if it runs then. That is
 // done on the main thread, so only while its loop runs: callers that need the time-out are on another thread.
 //
-// An instance serves one run at a time. It is owned by shared pointers, of which its threads hold one each.
+// An instance serves one run at a time; the time-out of an earlier run that has ended may end a later one. It
+// is owned by shared pointers, of which its threads hold one each.
 class VTTaskEx : public std::enable_shared_from_this<VTTaskEx> {
 public:
     using Path = std::optional<std::string>; // absent is a program that cannot be run

@@ -2,6 +2,7 @@
 
 #include "UserDefaults.h"
 
+#include <atomic>
 #include <mutex>
 
 // Preferences in memory.
@@ -26,7 +27,10 @@ public:
         std::lock_guard lock(mutex_);
         stored_.insert_or_assign(key, value);
     }
-    void synchronize() override {}
+    void synchronize() override { ++synchronizations; }
+
+    std::atomic<int> synchronizations = 0;
+
     std::optional<platform::PropertyList> globalObjectForKey(const std::string& key) override {
         std::lock_guard lock(mutex_);
         auto found = global_.find(key);

@@ -79,7 +79,7 @@ bool hasDisplay(int argc, char** argv) {
                        [](std::string_view argument) { return argument == "-platform"; });
 }
 
-// Logs are called by the name that crash detection looks for.
+// Logs have the name of the bundle, which crash detection looks for.
 void installCrashHandler() {
     const auto bundle = platform::Bundle::main();
     const auto name = bundle ? stringForKey(bundle->infoDictionary(), "CFBundleName") : std::nullopt;
@@ -132,6 +132,7 @@ int openPanel(int argc, char** argv) {
         return 1;
     }
     std::signal(SIGPIPE, SIG_IGN); // whoever read our messages may leave
+    std::signal(SIGCHLD, SIG_DFL); // whoever started us may not care for its children, but we do
     auto workspace = std::make_shared<platform::LinuxWorkspace>();
     platform::SingleInstance instance(kBundleIdentifier);
     if (instance.handOver()) {
@@ -177,7 +178,6 @@ int openPanel(int argc, char** argv) {
         }
     });
     controller->awakeFromNib(panel.outlets());
-    panel.softwareUpdate().awakeFromNib();
     serve(instance, mainThread, controller);
     endInOrder = [&] {
         instance.leave();
@@ -189,7 +189,10 @@ int openPanel(int argc, char** argv) {
         return threadsEnded;
     };
     std::atexit(endWithTheDisplay);
-    AfterFirstFrame afterFirstFrame(panel, showWindowIcon);
+    AfterFirstFrame afterFirstFrame(panel, [&panel] {
+        showWindowIcon();
+        panel.softwareUpdate().awakeFromNib();
+    });
     int status = QApplication::exec();
     if (!std::exchange(endInOrder, nullptr)()) {
         // A thread is stuck in the file system; nothing it may still use can be torn down.

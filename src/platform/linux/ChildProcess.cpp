@@ -175,7 +175,7 @@ ChildProcess::~ChildProcess() {
             siginfo_t info{};
             retrying([&] { return ::waitid(P_PIDFD, static_cast<id_t>(handle.get()), &info, WEXITED); });
         }).detach();
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
         // Without a thread the ended child keeps its number until this program ends; nothing else is lost.
     }
 }
@@ -232,8 +232,10 @@ void ChildProcess::launch() try {
     }
     actions.closeAllButStreams();
     FileDescriptor outputEvent;
+    std::shared_ptr<FileDescriptor> output;
     if (program.output == Stream::Pipe) {
         outputEvent = aboveStreams(FileDescriptor(::eventfd(0, EFD_CLOEXEC)));
+        output = std::make_shared<FileDescriptor>(std::move(readingEnds[STDOUT_FILENO]));
     }
     // Keeps the place of the child's handle, which can be had only when it is too late to give up.
     auto handle = aboveStreams(openProcess(::getpid()));
@@ -249,16 +251,16 @@ void ChildProcess::launch() try {
     handle = openProcess(process);
     if (!handle) { // another thread took the last descriptor in this very moment
         const int error = errno;
-        ::kill(process, SIGKILL);
-        retrying([&] { return ::waitpid(process, nullptr, 0); });
+        if (error != ESRCH) { // as when somebody else has collected it
+            ::kill(process, SIGKILL);
+            retrying([&] { return ::waitpid(process, nullptr, 0); });
+        }
         fail(kInvalidArgument, error);
     }
     state.process = process;
     state.handle = std::move(handle);
     state.outputEvent = std::move(outputEvent);
-    if (program.output == Stream::Pipe) {
-        state.output = std::make_shared<FileDescriptor>(std::move(readingEnds[STDOUT_FILENO]));
-    }
+    state.output = std::move(output);
     state.errors = std::move(readingEnds[STDERR_FILENO]);
 } catch (const std::system_error& error) {
     throw Exception(kInvalidArgument, error.code().message());
@@ -305,15 +307,17 @@ int ChildProcess::terminationStatus() const {
 ChildProcess::Collected ChildProcess::collect() {
     auto& state = *state_;
     std::shared_ptr<FileDescriptor> output;
+    FileDescriptor errors; // both are closed by the end, so that nobody writes in vain for long
     {
         std::lock_guard lock(state.mutex);
         state.requireLaunch();
-        output = state.output;
+        output = std::move(state.output);
+        errors = std::move(state.errors);
     }
     Collected collected;
     std::array<pollfd, 3> descriptors{{
         {.fd = output ? output->get() : -1, .events = POLLIN, .revents = 0},
-        {.fd = state.errors.get(), .events = POLLIN, .revents = 0},
+        {.fd = errors.get(), .events = POLLIN, .revents = 0},
         {.fd = state.handle.get(), .events = POLLIN, .revents = 0},
     }};
     auto& [outputPoll, errorsPoll, endPoll] = descriptors;
@@ -329,7 +333,7 @@ ChildProcess::Collected ChildProcess::collect() {
         if (outputPoll.revents != 0 && !readAvailable(*output, collected.output)) {
             outputPoll.fd = -1;
         }
-        if (errorsPoll.revents != 0 && !readAvailable(state.errors, collected.errors)) {
+        if (errorsPoll.revents != 0 && !readAvailable(errors, collected.errors)) {
             errorsPoll.fd = -1;
         }
     }

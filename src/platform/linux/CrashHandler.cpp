@@ -3,6 +3,7 @@
 #include "ItemPlace.h"
 #include "Platform.h"
 #include "SignalSafeText.h"
+#include "SignalStack.h"
 
 #include <algorithm>
 #include <array>
@@ -11,7 +12,6 @@
 #include <csignal>
 #include <execinfo.h>
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/utsname.h>
@@ -25,7 +25,6 @@ namespace {
 constexpr std::array kSignals{SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT};
 constexpr unsigned kSecondsToWrite = 10;
 constexpr std::time_t kNamesTried = 10;
-constexpr std::size_t kSignalStackSize = std::size_t{256} << 10;
 constexpr int kMaximumFrames = 128;
 constexpr mode_t kLogMode = 0600; // a stack may tell what the user was working on
 
@@ -69,12 +68,16 @@ void setHandler(int signal, void (*handler)(int), int flags = 0) {
     ::sigaction(signal, &action, nullptr);
 }
 
-[[noreturn]] void endBy(int signal) {
-    setHandler(signal, SIG_DFL);
+void unblock(int signal) {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, signal);
     ::pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+}
+
+[[noreturn]] void endBy(int signal) {
+    setHandler(signal, SIG_DFL);
+    unblock(signal);
     ::raise(signal);
     ::_exit(128 + signal);
 }
@@ -113,7 +116,7 @@ void writeHeader(int signal, const siginfo_t& info, std::time_t now) {
     text << "\nDate: ";
     text.moment(now, " ", ":") << " UTC\nHost: " << preparation->host << "\nSignal: ";
     text.number(static_cast<std::uint64_t>(signal)) << " (" << nameOfSignal(signal) << ")\nFault address: ";
-    if (info.si_code > 0) { // found by the processor, not sent by a process
+    if (info.si_code > 0 && info.si_code != SI_KERNEL) { // found by the processor, which knows where
         text.address(info.si_addr);
     } else {
         text << "none";
@@ -148,6 +151,7 @@ void handleCrash(int signal, siginfo_t* info, void*) {
     }
     firstSignal = signal;
     setHandler(SIGALRM, giveUp);
+    unblock(SIGALRM);
     ::alarm(kSecondsToWrite);
 
     const auto now = ::time(nullptr);
@@ -157,20 +161,6 @@ void handleCrash(int signal, siginfo_t* info, void*) {
         writeStack();
     }
     endBy(signal);
-}
-
-// Where a stack that has overflowed is of no use.
-void useSignalStack() {
-    const auto guard = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
-    void* memory = ::mmap(nullptr, guard + kSignalStackSize, PROT_READ | PROT_WRITE,
-                          MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
-    if (memory == MAP_FAILED) {
-        return;
-    }
-    ::mprotect(memory, guard, PROT_NONE);
-    const stack_t stack{
-        .ss_sp = static_cast<char*>(memory) + guard, .ss_flags = 0, .ss_size = kSignalStackSize};
-    ::sigaltstack(&stack, nullptr);
 }
 
 std::string asFileName(std::string text) {
@@ -197,7 +187,7 @@ void removeOldLogs(const std::string& name, const std::string& folder) {
             logs.push_back(entry.name); // in the order of their times
         }
     }
-    for (std::size_t i = 0; i + CrashHandler::kLogsKept < logs.size(); ++i) {
+    for (std::size_t i = 0; i + CrashHandler::kLogsKept <= logs.size(); ++i) { // room for one more
         if (auto failure = fileManager.removeItem(folder + "/" + logs[i])) {
             current().consoleLog->log("Cannot remove " + folder + "/" + logs[i] + ": " + failure.message());
         }
@@ -221,7 +211,7 @@ void CrashHandler::install(const std::string& name, const std::string& version, 
     }
     preparation = made;
     removeOldLogs(fileName, folder);
-    useSignalStack();
+    static const SignalStack stackOfTheMainThread;
     std::array<void*, 1> frame{};
     ::backtrace(frame.data(), 1); // the first call loads a library
 

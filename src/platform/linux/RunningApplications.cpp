@@ -187,8 +187,13 @@ int RunningApplications::patience(Time nextLook) const {
 
 void RunningApplications::startWatching() {
     std::lock_guard lock(threadMutex_);
-    if (!thread_.joinable()) {
+    if (thread_.joinable()) {
+        return;
+    }
+    try {
         thread_ = std::thread([this] { run(); });
+    } catch (const std::system_error& error) {
+        current().consoleLog->log(std::string("No thread to watch applications on: ") + error.what());
     }
 }
 

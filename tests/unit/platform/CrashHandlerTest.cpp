@@ -1,5 +1,7 @@
 #include "CrashHandler.h"
 
+#include "SignalStack.h"
+
 #include "TestSandbox.h"
 #include "linux/SignalSafeText.h"
 
@@ -204,6 +206,18 @@ TEST(CrashHandler, LogsAStackThatOverflowed) {
     EXPECT_GE(std::ranges::count(text.substr(text.find("\nStack:\n")), '\n'), 20) << text;
 }
 
+TEST(CrashHandler, LogsTheOverflowOfAnotherStackWithASignalStack) {
+    EXPECT_EQ(signalOfChild([] {
+                  std::thread([] {
+                      const platform::SignalStack signalStack;
+                      char start = 1;
+                      overflowStack(&start);
+                  }).join();
+              }),
+              SIGSEGV);
+    EXPECT_THAT(onlyLog(), HasSubstr("\nStack:\n"));
+}
+
 #ifdef __x86_64__
 TEST(CrashHandler, NotesACrashOfItsOwnAndEndsByTheFirstSignal) {
     // A stack that is nowhere is what the handler stumbles over.
@@ -264,7 +278,7 @@ TEST(CrashHandler, TouchesNoFileThatIsThere) {
                       platform::SignalSafeText text;
                       text << folder() << "/Launcher_";
                       text.moment(time, "-", "") << "_" << host.data() << ".crash";
-                      ::symlink((sandbox::home() + "/precious").c_str(), text.c_str());
+                      ::symlink((sandbox::home() + "/precious").c_str(), text.zeroTerminated());
                   }
                   touch(8);
               }),
@@ -282,7 +296,7 @@ TEST(CrashHandler, KeepsTheNewestTwentyLogsOfItsName) {
     }
     for (int i = 0; i < 23; ++i) {
         sandbox::writeFile(folder() + "/" + name(i), "");
-        if (i >= 3) {
+        if (i >= 4) { // the next crash makes it twenty
             kept.push_back(name(i));
         }
     }

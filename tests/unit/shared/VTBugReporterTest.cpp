@@ -3,6 +3,7 @@
 #include "Bundle.h"
 #include "FakeMainThread.h"
 #include "LogFixture.h"
+#include "MainLoop.h"
 #include "Platform.h"
 #include "PropertyListSerialization.h"
 
@@ -237,7 +238,9 @@ TEST_F(VTBugReporterTest, StartRecordsTheLaunchAfterItHasLooked) {
 
 TEST_F(VTBugReporterTest, StopRecordsTheEnd) {
     VTBugReporter::startBugReporter("Launcher");
+    EXPECT_EQ(sandbox::defaults().synchronizations, 0); // a start does not wait for the disk
     VTBugReporter::stopBugReporter();
+    EXPECT_EQ(sandbox::defaults().synchronizations, 1);
     const auto launch = sandbox::defaults().objectForKey("launch");
     const auto exit = sandbox::defaults().objectForKey("exit");
     ASSERT_TRUE(exit && exit->date());
@@ -256,6 +259,23 @@ TEST_F(VTBugReporterTest, TellsTheDelegateOfACrash) {
     sandbox::defaults().setObject(date(kLaunch), "launch");
     const auto log = makeLog(userLogs("DiagnosticReports"), "(null)_1.crash");
     onAnotherThread([&] { VTBugReporter::startBugReporterWithDelegate(delegate); });
+    EXPECT_THAT(told, ElementsAre(log));
+}
+
+TEST_F(VTBugReporterTest, DoesNotWaitForTheDelegate) {
+    const auto loop = std::make_shared<MainLoop>();
+    auto services = platform::current();
+    services.mainThread = loop;
+    const platform::ScopedPlatform scoped(services);
+    sandbox::defaults().setObject(date(kLaunch), "launch");
+    const auto log = makeLog(userLogs("DiagnosticReports"), "Launcher_1.crash");
+    std::vector<std::string> told;
+    onAnotherThread([&] {
+        VTBugReporter::startBugReporter("Launcher", std::nullopt,
+                                        [&](const std::string& path) { told.push_back(path); });
+    });
+    EXPECT_THAT(told, IsEmpty());
+    loop->runOne();
     EXPECT_THAT(told, ElementsAre(log));
 }
 

@@ -235,6 +235,16 @@ TEST_F(VTTaskExAsyncTest, TerminatingWithoutARunDoesNothing) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
+TEST_F(VTTaskExAsyncTest, WithoutADelegateTheOutputIsReadToItsEnd) {
+    const auto gate = fifo("gate");
+    runner_->asyncDataFromTask(script("run", "echo out; echo errors >&2; echo done >" + gate), {}, nullptr);
+    const auto task = runner_->theTask();
+    waitFor(gate);
+    release(runner_); // which the reader holds until the end
+    task->waitUntilExit();
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
 TEST_F(VTTaskExAsyncTest, ASecondStartReplacesDelegateAndChild) {
     const auto ready = fifo("ready");
     const auto gate = fifo("gate");

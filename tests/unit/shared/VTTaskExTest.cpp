@@ -193,7 +193,23 @@ TEST_F(VTTaskExTest, OutputGoesToOursWhenItIsNotLogged) {
     EXPECT_EQ(printed, "out\nsecond\n");
 }
 
+TEST_F(VTTaskExTest, ErrorsAreDiscarded) {
+    const auto gate = fifo("gate");
+    const auto path = script("run", "echo out; echo errors >&2; [ -z \"$1\" ] || echo done >\"$1\"");
+    testing::internal::CaptureStderr();
+    const auto printed = output([&] {
+        EXPECT_TRUE(VTTaskEx::runTask(path, {}));
+        EXPECT_EQ(VTTaskEx::terminationCodeFromTask(path, {}), 0);
+        VTTaskEx::runTaskAndReturn(path, {gate});
+        waitFor(gate);
+    });
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(printed, "");
+}
+
 TEST_F(VTTaskExTest, TheProgramHasNothingToRead) {
+    EXPECT_THAT(VTTaskEx::dataFromTask("/bin/readlink", {"/proc/self/fd/0"}),
+                testing::Optional(testing::StartsWith("pipe:")));
     EXPECT_EQ(VTTaskEx::dataFromTask("/bin/cat", {}), "");
 }
 

@@ -3,6 +3,7 @@
 #include "MainLoop.h"
 #include "TaskFixture.h"
 
+#include <chrono>
 #include <csignal>
 #include <gmock/gmock.h>
 #include <limits>
@@ -69,7 +70,30 @@ TEST_F(VTTaskExTimeoutTest, EndsTheChildOfARun) {
 
 TEST_F(VTTaskExTimeoutTest, ActsAfterASecond) {
     const auto path = endless();
+    const auto begin = std::chrono::steady_clock::now();
     std::jthread run([&] { VTTaskEx::runTask(path, {}, 1.9); });
+    waitUntilReady();
+    runTimeout();
+    run.join();
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
+    EXPECT_THAT(logged(), ElementsAre(timedOut(path)));
+}
+
+TEST_F(VTTaskExTimeoutTest, LeavesAChildThatIsNotLaunchedYet) {
+    const auto runner = std::make_shared<VTTaskEx>();
+    runner->setTheTask(
+        std::make_shared<platform::ChildProcess>(platform::ChildProcess::Program{.path = "/bin/true"}));
+    runner->timeout();
+    EXPECT_THAT(logged(), IsEmpty());
+    EXPECT_THAT(console(), IsEmpty());
+}
+
+TEST_F(VTTaskExTimeoutTest, AnEarlierTimeoutEndsALaterRun) {
+    const auto runner = std::make_shared<VTTaskEx>();
+    runner->runTaskWithTimeout("/bin/true", {}, 0.0);
+    loop().waitForWork();
+    const auto path = endless();
+    std::jthread run([&] { runner->runTaskWithTimeout(path, {}, 100'000); });
     waitUntilReady();
     runTimeout();
     run.join();

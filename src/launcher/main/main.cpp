@@ -15,6 +15,7 @@
 #include "TerminationSignals.h"
 #include "VTBlackScroller.h"
 #include "VTLocalPaths.h"
+#include "linux/BusNotifications.h"
 #include "linux/FontConfiguration.h"
 #include "linux/LinuxConsoleLog.h"
 #include "linux/LinuxFileManager.h"
@@ -163,6 +164,7 @@ int openPanel(int argc, char** argv) {
         [workspace](bool hidden) { workspace->setWatchesOthers(hidden); });
     auto alertPanels = std::make_shared<PanelAlerts>();
     services.alertPanels = alertPanels;
+    services.distributedNotifications = std::make_shared<platform::BusNotifications>();
     platform::install(services); // where the preferences are, is found out with them
     services.userDefaults = std::make_shared<platform::LinuxUserDefaults>(
         VTLocalPaths::prefsDirectory(true).value_or(""), kBundleIdentifier);

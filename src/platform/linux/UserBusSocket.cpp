@@ -13,6 +13,22 @@ namespace platform {
 
 namespace {
 
+sockaddr_un busAddress(const Account& user) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::snprintf(address.sun_path, sizeof address.sun_path, "/run/user/%u/bus", user.userID);
+    return address;
+}
+
+// Does not wait for a bus that takes nobody in.
+FileDescriptor openBus(const sockaddr_un& address) {
+    FileDescriptor bus(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (::connect(bus.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+        bus.reset();
+    }
+    return bus;
+}
+
 // A message of one byte with room for one descriptor beside it.
 struct DescriptorMessage {
     char byte = 0;
@@ -55,11 +71,8 @@ FileDescriptor receiveDescriptor(int channel) {
 
 // In the child, where nothing may be called that takes a lock.
 [[noreturn]] void connectAs(const Account& user, const sockaddr_un& address, int channel) {
-    const int bus = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const bool isDone = becomeUser(user) &&
-                        ::connect(bus, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
-                        sendDescriptor(channel, bus);
-    ::_exit(isDone ? 0 : 1);
+    const auto bus = becomeUser(user) ? openBus(address) : FileDescriptor();
+    ::_exit(bus && sendDescriptor(channel, bus.get()) ? 0 : 1);
 }
 
 // The child without the parent's signal handlers, whose effects both would see.
@@ -77,10 +90,12 @@ pid_t forkWithoutSignals() {
 
 } // namespace
 
+FileDescriptor openBusOf(const Account& user) {
+    return openBus(busAddress(user));
+}
+
 FileDescriptor connectToBusOf(const Account& user, std::chrono::milliseconds limit) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::snprintf(address.sun_path, sizeof address.sun_path, "/run/user/%u/bus", user.userID);
+    const auto address = busAddress(user);
     std::array<int, 2> ends{-1, -1};
     if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0) {
         return {};

@@ -15,6 +15,7 @@
 #include "TerminationSignals.h"
 #include "VTBlackScroller.h"
 #include "VTLocalPaths.h"
+#include "linux/BusMessagePorts.h"
 #include "linux/BusNotifications.h"
 #include "linux/FontConfiguration.h"
 #include "linux/LinuxConsoleLog.h"
@@ -165,6 +166,7 @@ int openPanel(int argc, char** argv) {
     auto alertPanels = std::make_shared<PanelAlerts>();
     services.alertPanels = alertPanels;
     services.distributedNotifications = std::make_shared<platform::BusNotifications>();
+    services.messagePorts = std::make_shared<platform::BusMessagePorts>();
     platform::install(services); // where the preferences are, is found out with them
     services.userDefaults = std::make_shared<platform::LinuxUserDefaults>(
         VTLocalPaths::prefsDirectory(true).value_or(""), kBundleIdentifier);

@@ -3,7 +3,6 @@
 #include "BusInspection.h"
 #include "MuteSocket.h"
 #include "TestSandbox.h"
-#include "linux/NotificationSignal.h"
 
 #include <atomic>
 #include <condition_variable>
@@ -100,10 +99,11 @@ protected:
         sandbox::users().console = std::nullopt; // the session is our own, also for root
     }
 
-    // Adds an observer and waits until the bus knows the name.
-    std::shared_ptr<void> observe(const std::string& name, BusNotifications::Handler handler) {
+    // Adds an observer and waits until the bus knows so many names.
+    std::shared_ptr<void> observe(const std::string& name, BusNotifications::Handler handler,
+                                  std::size_t names = 1) {
         auto observer = notifications.addObserver(name, std::move(handler));
-        inspection->waitForRules(platform::NotificationSignal::matchRule(name), 1);
+        inspection->waitForRules("DistributedNotification", names);
         return observer;
     }
 
@@ -131,7 +131,7 @@ TEST_F(BusNotificationsTest, GoFromOneProcessToAnotherAndBack) {
         _exit(others.post("answer", texts.front(), asked.userInfo()) ? 0 : 1);
     }
     inspection->waitForRules("'ask'", 1);
-    auto observer = observe("answer", heard.recorder("answer"));
+    auto observer = observe("answer", heard.recorder("answer"), 2);
     const PropertyList::Dictionary inner{{"path", "/tmp/ü"}};
     const PropertyList::Dictionary userInfo{{"array", PropertyList::Array{1, "two", PropertyList::Array{}}},
                                             {"data", PropertyList::Data{std::string("\0\xFF", 2)}},
@@ -154,7 +154,7 @@ TEST_F(BusNotificationsTest, GoFromOneProcessToAnotherAndBack) {
 TEST_F(BusNotificationsTest, AreHeardInOrderByAllWhoListenForTheName) {
     auto first = observe("one", heard.recorder("one"));
     auto second = notifications.addObserver("one", heard.recorder("one again"));
-    auto other = observe("it's", heard.recorder("it's"));
+    auto other = observe("it's", heard.recorder("it's"), 2);
     for (const char* name : {"one", "unheard", "it's", "one"}) {
         EXPECT_TRUE(notifications.post(name, "", {}));
     }
@@ -172,7 +172,7 @@ TEST_F(BusNotificationsTest, ThereIsAConnectionOnlyWhileSomebodyListens) {
     for (int round = 0; round < 20; ++round) {
         auto observer = observe(kName, heard.recorder(kName));
         auto same = notifications.addObserver(kName, heard.recorder(kName));
-        auto other = observe("other", heard.recorder("other"));
+        auto other = observe("other", heard.recorder("other"), 2);
         EXPECT_THAT(inspection->connections(), SizeIs(1));
         EXPECT_THAT(inspection->matchRules("DistributedNotification"), SizeIs(2));
         EXPECT_EQ(countOfOwn("task"), threads + 1);
@@ -224,7 +224,7 @@ TEST_F(BusNotificationsTest, AFloodOfTheRightNameIsCutOff) {
     services.mainThread = mainThread;
     platform::ScopedPlatform scope(services);
     auto observer = observe(kName, heard.recorder(kName));
-    auto other = observe("other", heard.recorder("other"));
+    auto other = observe("other", heard.recorder("other"), 2);
     auto sender = bus->connect();
     for (int i = 0; i < 10'000; ++i) {
         emit(sender.get(), kPath, kName);
@@ -338,8 +338,7 @@ TEST_F(BusNotificationsTest, AnotherObserverListensAgainAfterTheBusWasLost) {
     bus = std::make_unique<PrivateBus>();
     inspection = std::make_unique<BusInspection>(*bus);
     setenv("DBUS_SESSION_BUS_ADDRESS", bus->address().c_str(), 1);
-    auto other = observe("other", heard.recorder("other"));
-    inspection->waitForRules("DistributedNotification", 2);
+    auto other = observe("other", heard.recorder("other"), 2);
     notifications.post(kName, "", {});
     EXPECT_THAT(heard.wait(1), ElementsAre(kName));
 }

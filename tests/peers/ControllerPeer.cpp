@@ -1,6 +1,5 @@
 #include "linux/DBusDictionary.h"
 
-#include <array>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -74,23 +73,23 @@ int endWhenAsked(sd_bus_message* message, void*, sd_bus_error*) {
 
 constexpr auto kFlags = SD_BUS_VTABLE_UNPRIVILEGED | SD_BUS_VTABLE_METHOD_NO_REPLY;
 
-const std::array kOldMembers{SD_BUS_VTABLE_START(0),
-                             SD_BUS_METHOD("incrementRemoteProgress", "", "", received, kFlags),
-                             SD_BUS_METHOD("postFinishedTask", "", "", received, kFlags),
-                             SD_BUS_METHOD("postError", "v", "", received, kFlags),
-                             SD_BUS_METHOD("postErrorString", "s", "", received, kFlags),
-                             SD_BUS_METHOD("postDisconnect", "", "", received, kFlags),
-                             SD_BUS_VTABLE_END};
+const sd_bus_vtable kOldMembers[] = {SD_BUS_VTABLE_START(0),
+                                     SD_BUS_METHOD("incrementRemoteProgress", "", "", received, kFlags),
+                                     SD_BUS_METHOD("postFinishedTask", "", "", received, kFlags),
+                                     SD_BUS_METHOD("postError", "v", "", received, kFlags),
+                                     SD_BUS_METHOD("postErrorString", "s", "", received, kFlags),
+                                     SD_BUS_METHOD("postDisconnect", "", "", received, kFlags),
+                                     SD_BUS_VTABLE_END};
 
-const std::array kNewMembers{SD_BUS_VTABLE_START(0),
-                             SD_BUS_METHOD("postErrorForApp", "vs", "", received, kFlags),
-                             SD_BUS_METHOD("postErrorStringUserInfo", "sa{sv}", "", received, kFlags),
-                             SD_BUS_METHOD("incrementRemoteProgress", "", "", received, kFlags),
-                             SD_BUS_METHOD("postFinishedTask", "", "", received, kFlags),
-                             SD_BUS_METHOD("postError", "v", "", received, kFlags),
-                             SD_BUS_METHOD("postErrorString", "s", "", received, kFlags),
-                             SD_BUS_METHOD("postDisconnect", "", "", received, kFlags),
-                             SD_BUS_VTABLE_END};
+const sd_bus_vtable kNewMembers[] = {SD_BUS_VTABLE_START(0),
+                                     SD_BUS_METHOD("postErrorForApp", "vs", "", received, kFlags),
+                                     SD_BUS_METHOD("postErrorStringUserInfo", "sa{sv}", "", received, kFlags),
+                                     SD_BUS_METHOD("incrementRemoteProgress", "", "", received, kFlags),
+                                     SD_BUS_METHOD("postFinishedTask", "", "", received, kFlags),
+                                     SD_BUS_METHOD("postError", "v", "", received, kFlags),
+                                     SD_BUS_METHOD("postErrorString", "s", "", received, kFlags),
+                                     SD_BUS_METHOD("postDisconnect", "", "", received, kFlags),
+                                     SD_BUS_VTABLE_END};
 
 int run(const std::string& port, std::string_view kind, std::FILE* file) {
     sd_bus* bus = nullptr;
@@ -99,7 +98,7 @@ int run(const std::string& port, std::string_view kind, std::FILE* file) {
     }
     const auto path = "/com/vantorel/" + port;
     if (kind == "new" || kind == "old") {
-        const auto* members = kind == "new" ? kNewMembers.data() : kOldMembers.data();
+        const auto* members = kind == "new" ? kNewMembers : kOldMembers;
         if (sd_bus_add_object_vtable(bus, nullptr, path.c_str(), kInterface, members, file) < 0) {
             return 1;
         }

@@ -7,6 +7,7 @@
 #include "DistributedNotifications.h"
 #include "FileManager.h"
 #include "MainThread.h"
+#include "MessagePorts.h"
 #include "NotificationCenter.h"
 #include "UserDefaults.h"
 #include "Users.h"
@@ -30,6 +31,7 @@ struct Platform {
     std::shared_ptr<AlertPanels> alertPanels = nullptr;
     std::shared_ptr<Authorization> authorization = nullptr;
     std::shared_ptr<DistributedNotifications> distributedNotifications = nullptr;
+    std::shared_ptr<MessagePorts> messagePorts = nullptr;
 };
 
 // The services in use. They are never destroyed at exit, so that a thread that outlives the main loop

@@ -12,6 +12,9 @@ std::string operatingSystemVersionString();
 int processorCount();
 std::uint64_t physicalMemory(); // bytes
 
+// What this process is called: the file name of its program.
+std::string processName();
+
 // Different on every call, on every machine.
 std::string globallyUniqueString();
 

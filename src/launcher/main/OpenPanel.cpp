@@ -17,6 +17,8 @@
 #include "TerminationSignals.h"
 #include "VTBlackScroller.h"
 #include "VTLocalPaths.h"
+#include "linux/BusMessagePorts.h"
+#include "linux/BusNotifications.h"
 #include "linux/FontConfiguration.h"
 #include "linux/LinuxUserDefaults.h"
 #include "linux/SingleInstance.h"
@@ -161,6 +163,8 @@ int openPanel(int argc, char** argv) {
         [workspace](bool hidden) { workspace->setWatchesOthers(hidden); });
     auto alertPanels = std::make_shared<PanelAlerts>();
     services.alertPanels = alertPanels;
+    services.distributedNotifications = std::make_shared<platform::BusNotifications>();
+    services.messagePorts = std::make_shared<platform::BusMessagePorts>();
     services.userDefaults = std::make_shared<platform::LinuxUserDefaults>(
         VTLocalPaths::prefsDirectory(true).value_or(""), kBundleIdentifier);
     platform::install(services);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "FileDescriptor.h"
+
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -20,6 +22,9 @@ public:
 
     DBusConnection(Bus bus, std::chrono::milliseconds limit);
 
+    // The bus that the socket is connected to already.
+    DBusConnection(FileDescriptor socket, std::chrono::milliseconds limit);
+
     // Another time limit, from now on.
     void setLimit(std::chrono::milliseconds limit);
 
@@ -33,8 +38,12 @@ public:
     DBusMessage methodCall(const char* destination, const char* path, const char* interface,
                            const char* member);
 
-    // The answer; null for an error or when the time is up.
-    DBusMessage send(const DBusMessage& call);
+    // The answer; null for an error or when the time is up. `error` then gets what went wrong; the caller
+    // frees it.
+    DBusMessage send(const DBusMessage& call, sd_bus_error* error = nullptr);
+
+    // Has everything sent so far passed through the bus? Waits for that.
+    bool roundTrip();
 
     // For what is not a call. Null when there is no bus.
     sd_bus* bus() const { return bus_.get(); }
@@ -44,6 +53,7 @@ private:
         void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
     };
 
+    void greet();
     std::uint64_t remaining() const; // microseconds
 
     std::chrono::steady_clock::time_point deadline_;

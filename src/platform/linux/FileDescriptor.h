@@ -23,6 +23,7 @@ public:
 
     int get() const { return descriptor_; }
     explicit operator bool() const { return descriptor_ >= 0; }
+    int release() { return std::exchange(descriptor_, -1); } // the caller closes it
     void reset() {
         if (descriptor_ >= 0) {
             ::close(std::exchange(descriptor_, -1));

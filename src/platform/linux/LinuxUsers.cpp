@@ -1,40 +1,17 @@
 #include "LinuxUsers.h"
 
+#include "Account.h"
 #include "FolderPath.h"
 #include "LoginSeat.h"
 
 #include <charconv>
 #include <cstdlib>
-#include <pwd.h>
 #include <string_view>
 #include <unistd.h>
-#include <vector>
 
 namespace platform {
 
 namespace {
-
-struct Account {
-    std::string name;
-    std::optional<std::string> home;
-};
-
-// `look` is getpwuid_r or getpwnam_r with its key bound.
-template <typename Look>
-std::optional<Account> account(Look look) {
-    std::vector<char> buffer(1024);
-    passwd entry{};
-    passwd* found = nullptr;
-    while (look(&entry, buffer.data(), buffer.size(), &found) == ERANGE &&
-           buffer.size() < (std::size_t{1} << 20)) {
-        buffer.resize(buffer.size() * 2);
-    }
-    return found ? std::optional(Account{entry.pw_name, folderPath(entry.pw_dir)}) : std::nullopt;
-}
-
-std::optional<Account> accountOf(uid_t user) {
-    return account([user](auto... rest) { return ::getpwuid_r(user, rest...); });
-}
 
 std::optional<std::string> invokingUser() {
     for (const char* variable : {"PKEXEC_UID", "SUDO_UID"}) {
@@ -73,7 +50,7 @@ std::optional<std::string> LinuxUsers::homeDirectory() {
 }
 
 std::optional<std::string> LinuxUsers::homeDirectoryForUser(const std::string& name) {
-    auto found = account([&name](auto... rest) { return ::getpwnam_r(name.c_str(), rest...); });
+    auto found = accountNamed(name);
     return found ? found->home : std::nullopt;
 }
 

@@ -4,6 +4,7 @@
 #include "Platform.h"
 
 #include <array>
+#include <cerrno>
 #include <cstdlib>
 #include <string_view>
 #include <sys/stat.h>
@@ -67,6 +68,10 @@ int processorCount() {
 std::uint64_t physicalMemory() {
     return static_cast<std::uint64_t>(::sysconf(_SC_PHYS_PAGES)) *
            static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+}
+
+std::string processName() {
+    return ::program_invocation_short_name;
 }
 
 std::string globallyUniqueString() {

@@ -1,0 +1,43 @@
+#include "ControllerWindow.h"
+
+#include <QVBoxLayout>
+#include <algorithm>
+
+ControllerWindow::ControllerWindow(int steps)
+    : state_(new QLabel(tr("Waiting for a worker."))), progress_(new QProgressBar),
+      errors_(new QPlainTextEdit) {
+    setWindowTitle(tr("Sample Controller"));
+    progress_->setRange(0, steps);
+    progress_->setValue(0);
+    progress_->setFormat(tr("%v of %m"));
+    progress_->setAccessibleName(tr("Progress"));
+    errors_->setReadOnly(true);
+    errors_->setPlaceholderText(tr("No errors"));
+    errors_->setAccessibleName(tr("Errors"));
+    state_->setTextFormat(Qt::PlainText);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(state_);
+    layout->addWidget(progress_);
+    layout->addWidget(errors_, 1);
+    resize(440, 260);
+}
+
+void ControllerWindow::progressed() {
+    progress_->setValue(std::min(progress_->value() + 1, progress_->maximum()));
+    state_->setText(tr("Working…"));
+}
+
+void ControllerWindow::finished() {
+    progress_->setValue(progress_->maximum());
+    state_->setText(tr("The task has ended."));
+}
+
+void ControllerWindow::failed(const QString& text, const QString& sender) {
+    errors_->appendPlainText(sender.isEmpty() ? text : tr("%1: %2").arg(sender, text));
+    state_->setText(tr("There was an error."));
+}
+
+void ControllerWindow::disconnected() {
+    state_->setText(tr("The worker has left."));
+}

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "AlertSheets.h"
+
 #include <cstddef>
 #include <functional>
 #include <optional>
@@ -35,9 +37,8 @@ public:
 };
 
 // The main panel on the screen. Its alpha value is 0 for invisible to 1 for opaque.
-class Window {
+class Window : public platform::Window {
 public:
-    virtual ~Window() = default;
     virtual bool isVisible() const = 0;
     virtual void orderFront() = 0; // shows it
     virtual void orderBack() = 0;  // behind the windows of all programs

@@ -52,6 +52,9 @@ FakeApplication& application() {
 FakeAlertPanels& alertPanels() {
     return *fake<FakeAlertPanels>();
 }
+FakeAlertSheets& alertSheets() {
+    return *fake<FakeAlertSheets>();
+}
 
 void makeFolder(const std::string& path) {
     std::filesystem::create_directories(path);
@@ -96,6 +99,7 @@ static void reset() {
     fake<FakeWorkspace>() = std::make_shared<FakeWorkspace>();
     fake<FakeApplication>() = std::make_shared<FakeApplication>(fake<FakeWorkspace>());
     fake<FakeAlertPanels>() = std::make_shared<FakeAlertPanels>();
+    fake<FakeAlertSheets>() = std::make_shared<FakeAlertSheets>();
     users().home = home();
     users().console = "tester";
     users().homes["tester"] = home();
@@ -107,7 +111,8 @@ static void reset() {
                        .mainThread = std::make_shared<FakeMainThread>(),
                        .workspace = fake<FakeWorkspace>(),
                        .application = fake<FakeApplication>(),
-                       .alertPanels = fake<FakeAlertPanels>()});
+                       .alertPanels = fake<FakeAlertPanels>(),
+                       .alertSheets = fake<FakeAlertSheets>()});
 }
 
 static void enter() {

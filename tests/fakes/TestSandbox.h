@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FakeAlertPanels.h"
+#include "FakeAlertSheets.h"
 #include "FakeApplication.h"
 #include "FakeConsoleLog.h"
 #include "FakeUserDefaults.h"
@@ -26,6 +27,7 @@ FakeUserDefaults& defaults();
 FakeWorkspace& workspace();
 FakeApplication& application();
 FakeAlertPanels& alertPanels();
+FakeAlertSheets& alertSheets();
 
 // Writes a file, making the folders above it.
 void writeFile(const std::string& path, std::string_view bytes);

@@ -9,6 +9,7 @@
 #include "ListCommand.h"
 #include "MainPanel.h"
 #include "PanelAlerts.h"
+#include "PanelSheets.h"
 #include "Platform.h"
 #include "QtApplication.h"
 #include "QtMainThread.h"
@@ -163,6 +164,8 @@ int openPanel(int argc, char** argv) {
         [workspace](bool hidden) { workspace->setWatchesOthers(hidden); });
     auto alertPanels = std::make_shared<PanelAlerts>();
     services.alertPanels = alertPanels;
+    auto alertSheets = std::make_shared<PanelSheets>();
+    services.alertSheets = alertSheets;
     platform::install(services); // where the preferences are, is found out with them
     services.userDefaults = std::make_shared<platform::LinuxUserDefaults>(
         VTLocalPaths::prefsDirectory(true).value_or(""), kBundleIdentifier);
@@ -211,6 +214,7 @@ int openPanel(int argc, char** argv) {
     endInOrder = [&] {
         instance.leave();
         mainThread->close();
+        alertSheets->close(); // who waits for an answer gets one
         bool threadsEnded = controller->applicationWillTerminate();
         services.notificationCenter->post(
             {.name = platform::kApplicationWillTerminateNotification, .userInfo = {}});

@@ -67,6 +67,14 @@ public:
     virtual void stopAnimation() = 0;
 };
 
+// A panel that is shown as a sheet.
+class Panel {
+public:
+    virtual ~Panel() = default;
+    virtual void beginSheet(Window& window) = 0;
+    virtual void endSheet() = 0; // takes it off the screen, if it is there
+};
+
 // A text cell about to be drawn.
 class TextCell {
 public:
@@ -85,6 +93,8 @@ struct Outlets {
     VTWindowController* windowController = nullptr; // the main window's
     outlet::TableView* tableView = nullptr;
     outlet::Spinner* spinner = nullptr;
+    outlet::Panel* progressPanel = nullptr;
+    outlet::Spinner* progressBar = nullptr; // in the progress panel
     outlet::Menu* hideMenu = nullptr;
     outlet::Menu* sortMenu = nullptr;
     outlet::Menu* userManualMenu = nullptr;

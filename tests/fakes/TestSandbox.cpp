@@ -55,6 +55,9 @@ FakeAlertPanels& alertPanels() {
 FakeAlertSheets& alertSheets() {
     return *fake<FakeAlertSheets>();
 }
+FakeDistributedNotifications& distributedNotifications() {
+    return *fake<FakeDistributedNotifications>();
+}
 
 void makeFolder(const std::string& path) {
     std::filesystem::create_directories(path);
@@ -100,6 +103,7 @@ static void reset() {
     fake<FakeApplication>() = std::make_shared<FakeApplication>(fake<FakeWorkspace>());
     fake<FakeAlertPanels>() = std::make_shared<FakeAlertPanels>();
     fake<FakeAlertSheets>() = std::make_shared<FakeAlertSheets>();
+    fake<FakeDistributedNotifications>() = std::make_shared<FakeDistributedNotifications>();
     users().home = home();
     users().console = "tester";
     users().homes["tester"] = home();
@@ -112,7 +116,8 @@ static void reset() {
                        .workspace = fake<FakeWorkspace>(),
                        .application = fake<FakeApplication>(),
                        .alertPanels = fake<FakeAlertPanels>(),
-                       .alertSheets = fake<FakeAlertSheets>()});
+                       .alertSheets = fake<FakeAlertSheets>(),
+                       .distributedNotifications = fake<FakeDistributedNotifications>()});
 }
 
 static void enter() {

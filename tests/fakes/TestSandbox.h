@@ -4,6 +4,7 @@
 #include "FakeAlertSheets.h"
 #include "FakeApplication.h"
 #include "FakeConsoleLog.h"
+#include "FakeDistributedNotifications.h"
 #include "FakeUserDefaults.h"
 #include "FakeUsers.h"
 #include "FakeWorkspace.h"
@@ -28,6 +29,7 @@ FakeWorkspace& workspace();
 FakeApplication& application();
 FakeAlertPanels& alertPanels();
 FakeAlertSheets& alertSheets();
+FakeDistributedNotifications& distributedNotifications();
 
 // Writes a file, making the folders above it.
 void writeFile(const std::string& path, std::string_view bytes);

@@ -30,7 +30,7 @@ int main(int argc, char** argv) {
         return 0;
     }
     if (first == "-fix") {
-        return repair();
+        return repair(bundle->path);
     }
 
     platform::Platform services;

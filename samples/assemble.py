@@ -73,7 +73,7 @@ def info_dictionary(bundle, identifier, executable):
 def bundle_files(bundle, palette, tool, draw_icon):
     """The bundle's files: path inside Contents -> (bytes, mode)."""
     identifier = bundle.get("identifier", "com.vantorel." + bundle["name"].split()[0])
-    executable = identifier.rpartition(".")[2]
+    executable = bundle.get("executable", identifier.rpartition(".")[2])
     binary = bundle.get("format") == "binary"
 
     def plist(dictionary):

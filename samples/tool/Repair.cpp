@@ -1,71 +1,106 @@
 #include "Repair.h"
 
-#include "linux/LinuxUsers.h"
+#include "linux/FileDescriptor.h"
 
+#include <array>
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
-#include <grp.h>
-#include <memory>
-#include <pwd.h>
+#include <fcntl.h>
+#include <spawn.h>
 #include <string>
-#include <systemd/sd-bus.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
-constexpr auto kDuration = std::chrono::seconds(3);
+constexpr int kFiles = 6;
+constexpr auto kPause = std::chrono::milliseconds(500); // after each of them
 
-// Gives up root for good: a session bus turns away everybody but its own user, and whoever only
-// changed the effective user id.
-bool becomeConsoleUser() {
-    auto name = platform::LinuxUsers().consoleUser();
-    const passwd* user = name ? ::getpwnam(name->c_str()) : nullptr;
-    if (!user || user->pw_uid == 0) {
-        return false;
-    }
-    auto userID = user->pw_uid;
-    auto groupID = user->pw_gid;
-    return ::setgroups(0, nullptr) == 0 && ::setresgid(groupID, groupID, groupID) == 0 &&
-           ::setresuid(userID, userID, userID) == 0;
+constexpr const char* kCache = "com.vantorel.Purgel";
+
+using platform::FileDescriptor;
+
+std::string suiteOf(const std::string& bundlePath) {
+    auto end = bundlePath.rfind("/Applications/");
+    return bundlePath.substr(0, end == std::string::npos ? bundlePath.rfind('/') : end);
 }
 
-std::string sessionBusAddress() {
-    const char* address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
-    return address ? address : "unix:path=/run/user/" + std::to_string(::getuid()) + "/bus";
+// A folder in a folder, whoever may have put a link there.
+FileDescriptor folderIn(int parent, const char* name) {
+    ::mkdirat(parent, name, 0755);
+    return FileDescriptor(::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
 }
 
-struct BusCloser {
-    void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
-};
+std::string fileName(int number) {
+    return "Sample cache " + std::to_string(number);
+}
 
-bool post(const char* name) {
-    sd_bus* opened = nullptr;
-    if (sd_bus_new(&opened) < 0) {
+bool fill(int folder) {
+    for (int number = 1; number <= kFiles; ++number) {
+        auto name = fileName(number);
+        ::unlinkat(folder, name.c_str(), 0); // of a run that was cancelled
+        FileDescriptor file(::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
+        if (file.get() < 0 || ::write(file.get(), "sample\n", 7) != 7) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool clear(int folder) {
+    bool cleared = true;
+    for (int number = 1; number <= kFiles; ++number) {
+        auto name = fileName(number);
+        cleared = ::unlinkat(folder, name.c_str(), 0) == 0 && cleared;
+        std::printf("Purgel: cleared %s\n", name.c_str());
+        std::fflush(stdout);
+        std::this_thread::sleep_for(kPause);
+    }
+    return cleared;
+}
+
+bool clearSampleCache(const std::string& suite) {
+    FileDescriptor root(::open(suite.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    auto library = folderIn(root.get(), "Library");
+    auto caches = folderIn(library.get(), "Caches");
+    auto cache = folderIn(caches.get(), kCache);
+    if (cache.get() < 0 || !fill(cache.get())) {
         return false;
     }
-    std::unique_ptr<sd_bus, BusCloser> bus(opened);
-    return sd_bus_set_address(opened, sessionBusAddress().c_str()) >= 0 &&
-           sd_bus_set_bus_client(opened, 1) >= 0 && sd_bus_start(opened) >= 0 &&
-           sd_bus_emit_signal(opened, "/com/vantorel/DistributedNotification",
-                              "com.vantorel.DistributedNotification", "Posted", "ssa{sv}", name, "",
-                              0) >= 0 &&
-           sd_bus_flush(opened) >= 0;
+    bool cleared = clear(cache.get());
+    return ::unlinkat(caches.get(), kCache, AT_REMOVEDIR) == 0 && cleared;
+}
+
+bool post(const std::string& suite, std::string notification) {
+    const std::array places{suite + "/Library/Application Support/Vantorel/Shared Resources/vtpost",
+                            suite.substr(0, suite.rfind('/')) + "/Launcher.app/Contents/Resources/vtpost"};
+    for (std::string place : places) {
+        if (::access(place.c_str(), X_OK) != 0) {
+            continue;
+        }
+        std::array<char*, 3> arguments{place.data(), notification.data(), nullptr};
+        pid_t child = 0;
+        int status = 0;
+        return ::posix_spawn(&child, place.c_str(), nullptr, nullptr, arguments.data(), environ) == 0 &&
+               ::waitpid(child, &status, 0) == child && status == 0;
+    }
+    return false;
 }
 
 } // namespace
 
-int repair() {
-    std::puts("Purgel: a sample repairs nothing");
-    std::fflush(stdout);
-    std::this_thread::sleep_for(kDuration);
-    if (::getuid() == 0 && becomeConsoleUser()) {
-        ::unsetenv("DBUS_SESSION_BUS_ADDRESS"); // it was root's
+int repair(const std::string& bundlePath) {
+    auto suite = suiteOf(bundlePath);
+    bool cleared = clearSampleCache(suite);
+    if (!cleared) {
+        std::fputs("Purgel: the sample cache could not be cleared\n", stderr);
     }
-    if (!post("VTKVDPurgelComplete")) {
-        std::fputs("Purgel: no session bus to post on\n", stderr);
+    if (!post(suite, "VTKVDPurgelComplete")) {
+        std::fputs("Purgel: nobody could be told of the end\n", stderr);
         return 1;
     }
-    return 0;
+    return cleared ? 0 : 1;
 }

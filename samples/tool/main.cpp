@@ -53,7 +53,7 @@ int main(int argc, char** argv) {
         return recordStart(argc, argv);
     }
     if (first == "-fix") {
-        return repair();
+        return repair(bundle->path);
     }
 
     platform::Platform services;

@@ -5,6 +5,9 @@
 #include "VTLaunchApp.h"
 #include "WorkerThreads.h"
 
+#include <atomic>
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -49,8 +52,8 @@ public:
     // Exactly when the main window is not visible.
     bool applicationShouldTerminateAfterLastWindowClosed() const;
 
-    // The end: stops crash detection, asks the controller's threads to stop and waits a moment for them. False when one is
-    // stuck, in a folder that does not answer, say; it must then be left behind.
+    // The end: stops crash detection, asks the controller's threads to stop and waits a moment for them.
+    // False when one is stuck, in a folder that does not answer, say; it must then be left behind.
     bool applicationWillTerminate();
 
     // The program's threads, which end with it.
@@ -80,6 +83,36 @@ public:
 
     // An application has ended: shows the panel again when it was the one launched last. Main thread.
     void appQuit(const platform::Notification& notification);
+
+    // --- Purgel, the repair in one step (AppController+Purgel.cpp).
+
+    // How a tool is run with administrator rights: the status is 0 once it has been started. Called on
+    // threads of the controller's, one at a time. Until it is set nothing can be run.
+    using AuthExecTask =
+        std::function<std::int32_t(const std::string& tool, const std::vector<std::string>& arguments)>;
+    void setAuthExecTask(AuthExecTask authExecTask) { authExecTask_ = std::move(authExecTask); }
+
+    // The Purgel button: runs Purgel on a new thread. Does nothing while an earlier run is still being
+    // started. Main thread.
+    void runPurgel();
+
+    // Asks the user and starts the tool; returns once it has been started or has not. For a thread of its
+    // own.
+    void runPurgelOnThread();
+
+    // True when no editing application runs; otherwise the user is told which do, and has seen it when this
+    // returns. Not on the main thread.
+    bool checkForRunningApps();
+
+    // The run is over: puts the progress panel away and, unless it was cancelled or its end has been told
+    // already, tells the user. Main thread.
+    void purgelEnded();
+
+    // The progress panel's button: cancels the run on a new thread. Main thread.
+    void cancelPurgel();
+
+    // Stops the suite's processes, then ends the run. For a thread of its own.
+    void cancelPurgelOnThread();
 
     // --- The scan (AppController+Scan.cpp). Any thread.
 
@@ -119,6 +152,10 @@ private:
     void windowDidBecomeKey() {} // the panel needs nothing done
     void showMenuItemsForGroups(const AppList& apps);
     void setDataArray(AppList apps);
+    void startPurgel();
+    std::optional<std::string> purgelPath() const;
+    void purgelStarted();
+    std::int32_t execWithRights(const std::string& tool, const std::vector<std::string>& arguments);
 
     Outlets outlets_;
     WorkerThreads threads_;
@@ -128,4 +165,9 @@ private:
     mutable std::mutex dataMutex_;
     std::shared_ptr<const AppList> dataArray_ = std::make_shared<const AppList>();
     std::size_t numberOfHiddenTools_ = 0; // the main thread's
+    AuthExecTask authExecTask_;
+    std::mutex authMutex_;
+    std::atomic<bool> purgelIsStarting_ = false;
+    std::atomic<bool> purgelCancelled_ = false;    // or its end has been told
+    std::shared_ptr<void> purgelCompleteObserver_; // the main thread's
 };

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "AlertSheets.h"
+
 #include <cstddef>
 #include <functional>
 #include <optional>
@@ -35,9 +37,8 @@ public:
 };
 
 // The main panel on the screen. Its alpha value is 0 for invisible to 1 for opaque.
-class Window {
+class Window : public platform::Window {
 public:
-    virtual ~Window() = default;
     virtual bool isVisible() const = 0;
     virtual void orderFront() = 0; // shows it
     virtual void orderBack() = 0;  // behind the windows of all programs
@@ -66,6 +67,14 @@ public:
     virtual void stopAnimation() = 0;
 };
 
+// A panel that is shown as a sheet.
+class Panel {
+public:
+    virtual ~Panel() = default;
+    virtual void beginSheet(Window& window) = 0;
+    virtual void endSheet() = 0; // takes it off the screen, if it is there
+};
+
 // A text cell about to be drawn.
 class TextCell {
 public:
@@ -84,6 +93,8 @@ struct Outlets {
     VTWindowController* windowController = nullptr; // the main window's
     outlet::TableView* tableView = nullptr;
     outlet::Spinner* spinner = nullptr;
+    outlet::Panel* progressPanel = nullptr;
+    outlet::Spinner* progressBar = nullptr; // in the progress panel
     outlet::Menu* hideMenu = nullptr;
     outlet::Menu* sortMenu = nullptr;
     outlet::Menu* userManualMenu = nullptr;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 
 namespace platform {
@@ -15,6 +16,9 @@ public:
     // dropped and waiting calls return. An exception that the work throws is rethrown to a waiting caller
     // and otherwise told to the console.
     virtual void perform(std::function<void()> work, Wait wait) = 0;
+
+    // Does the work once, so much later, unless the main loop has ended by then; returns at once. Any thread.
+    virtual void performAfter(std::chrono::milliseconds delay, std::function<void()> work) = 0;
 };
 
 } // namespace platform

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "AlertPanels.h"
+#include "AlertSheets.h"
 #include "Application.h"
 #include "Authorization.h"
 #include "ConsoleLog.h"
@@ -29,6 +30,7 @@ struct Platform {
     std::shared_ptr<Workspace> workspace = nullptr;
     std::shared_ptr<Application> application = nullptr;
     std::shared_ptr<AlertPanels> alertPanels = nullptr;
+    std::shared_ptr<AlertSheets> alertSheets = nullptr;
     std::shared_ptr<Authorization> authorization = nullptr;
     std::shared_ptr<DistributedNotifications> distributedNotifications = nullptr;
     std::shared_ptr<MessagePorts> messagePorts = nullptr;

@@ -7,9 +7,8 @@
 #include "VTBlackScroller.h"
 #include "WrappedLabel.h"
 
-#include <QApplication>
+#include <QCheckBox>
 #include <QKeyEvent>
-#include <QPainter>
 #include <QScreen>
 #include <QScrollArea>
 #include <QVBoxLayout>
@@ -18,14 +17,10 @@
 namespace {
 
 // In points.
-constexpr double kMargin = 20;
-constexpr double kBottomMargin = 14; // below the room that the button keeps for its focus ring
-constexpr double kIconSide = 48;
-constexpr double kIconGap = 16;
 constexpr double kTitleSize = 13;
 constexpr double kTitleGap = 8;
-constexpr double kButtonGap = 16;
-constexpr double kButtonWidth = 77;
+constexpr double kCheckBoxGap = 14;
+constexpr double kButtonSpacing = 4; // and the room for the focus rings on both sides
 constexpr double kLeastTextWidth = 220;
 constexpr double kMostTextWidth = 372;
 
@@ -33,10 +28,7 @@ constexpr double kMostOfScreen = 0.6; // the text's share of the screen's height
 
 constexpr qsizetype kMostTitleCharacters = 300;
 constexpr qsizetype kMostMessageCharacters = 20'000;
-
-int scaled(double points) {
-    return qRound(InterfaceFont::pixels(points));
-}
+constexpr qsizetype kMostButtonCharacters = 40;
 
 QString withoutMiddle(const QString& text, qsizetype mostCharacters) {
     if (text.size() <= mostCharacters)
@@ -51,37 +43,52 @@ WrappedLabel* label(const QString& text, const QFont& font, const QColor& colour
     return label;
 }
 
+DarkAlert::Answer answerThatCancels(const DarkAlert::Options& options) {
+    const auto isCancel = [](const QString& title) {
+        return title == QLatin1String("Cancel") || title == DarkAlert::tr("Cancel");
+    };
+    if (isCancel(options.alternateTitle))
+        return DarkAlert::Alternate;
+    if (isCancel(options.otherTitle))
+        return DarkAlert::Other;
+    if (!options.alternateTitle.isEmpty())
+        return DarkAlert::Alternate;
+    return options.otherTitle.isEmpty() ? DarkAlert::Default : DarkAlert::Other;
+}
+
 } // namespace
 
-DarkAlert::DarkAlert(const QString& title, const QString& message, QWidget* parent) : QDialog(parent) {
+DarkAlert::DarkAlert(const QString& title, const QString& message, QWidget* parent)
+    : DarkAlert(title, message, Options(), parent) {}
+
+DarkAlert::DarkAlert(const QString& title, const QString& message, const Options& options, QWidget* parent)
+    : DarkDialog(parent), cancelling_(answerThatCancels(options)) {
     const QString shownTitle = withoutMiddle(title, kMostTitleCharacters);
     const QString shownMessage = withoutMiddle(message, kMostMessageCharacters);
     // "[*]" stands for the mark of a changed document unless it is doubled.
     setWindowTitle(QString(shownTitle).replace(QLatin1String("[*]"), QLatin1String("[*][*]")));
     setAccessibleDescription(shownMessage);
+    auto* content = makeContent(shownTitle, shownMessage, options.suppressed);
+    setContent(content, makeButtons(options));
+    defaultButton_->setDefault(true);
+    defaultButton_->setFocus();
+}
 
-    auto* icon = new QLabel;
-    const int iconSide = scaled(kIconSide);
-    icon->setPixmap(windowIcon().pixmap(QSize(iconSide, iconSide), devicePixelRatio()));
-    icon->setFixedSize(iconSide, iconSide);
-    text_ = makeText(shownTitle, shownMessage);
-    auto* button = new DarkButton(tr("&OK"));
-    button->setMinimumWidth(scaled(kButtonWidth));
-    button->setDefault(true);
-    connect(button, &QAbstractButton::clicked, this, &QDialog::accept);
-
-    auto* body = new QHBoxLayout;
-    body->setSpacing(scaled(kIconGap));
-    body->addWidget(icon, 0, Qt::AlignTop);
-    body->addWidget(text_);
-    auto* layout = new QVBoxLayout(this);
-    const int margin = scaled(kMargin);
-    layout->setContentsMargins(margin, margin, margin, scaled(kBottomMargin));
-    layout->setSpacing(scaled(kButtonGap));
-    layout->addLayout(body);
-    layout->addWidget(button, 0, Qt::AlignRight);
-    layout->setSizeConstraint(QLayout::SetFixedSize);
-    button->setFocus();
+QWidget* DarkAlert::makeContent(const QString& title, const QString& message,
+                                std::optional<bool> suppressed) {
+    text_ = makeText(title, message);
+    if (!suppressed)
+        return text_;
+    auto* box = new QCheckBox(tr("&Do not show this message again"));
+    box->setChecked(*suppressed);
+    connect(box, &QCheckBox::toggled, this, &DarkAlert::suppressedChanged);
+    auto* content = new QWidget;
+    auto* layout = new QVBoxLayout(content);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(scaled(kCheckBoxGap));
+    layout->addWidget(text_);
+    layout->addWidget(box, 0, Qt::AlignLeft);
+    return content;
 }
 
 QScrollArea* DarkAlert::makeText(const QString& title, const QString& message) {
@@ -104,9 +111,8 @@ QScrollArea* DarkAlert::makeText(const QString& title, const QString& message) {
     content->setAutoFillBackground(false);
 
     const QSize room = screen()->availableGeometry().size();
-    const int frame = 2 * scaled(kMargin) + scaled(kIconSide) + scaled(kIconGap);
     int width = std::clamp(layout->sizeHint().width(), scaled(kLeastTextWidth), scaled(kMostTextWidth));
-    width = std::min(width, room.width() - frame);
+    width = std::min(width, room.width() - widthBesideContent());
     const int wanted = layout->heightForWidth(width);
     const int height = std::min(wanted, static_cast<int>(room.height() * kMostOfScreen));
     if (height < wanted)
@@ -115,9 +121,27 @@ QScrollArea* DarkAlert::makeText(const QString& title, const QString& message) {
     return area;
 }
 
-void DarkAlert::paintEvent(QPaintEvent*) {
-    QPainter painter(this);
-    DarkPalette::windowGradient().drawInRect(painter, rect(), 90);
+// The other button at the left, away from the two that are most likely; the default one at the right.
+QBoxLayout* DarkAlert::makeButtons(const Options& options) {
+    auto* row = new QHBoxLayout;
+    row->setSpacing(scaled(kButtonSpacing));
+    const auto add = [this, row](const QString& title, Answer answer) {
+        auto* button = new DarkButton;
+        button->setPlainText(withoutMiddle(title, kMostButtonCharacters));
+        button->setMinimumWidth(buttonWidth());
+        connect(button, &QAbstractButton::clicked, this, [this, answer] { done(answer); });
+        row->addWidget(button);
+        return button;
+    };
+    if (!options.otherTitle.isEmpty())
+        add(options.otherTitle, Other);
+    row->addStretch();
+    if (!options.alternateTitle.isEmpty())
+        add(options.alternateTitle, Alternate);
+    defaultButton_ = add(options.defaultTitle, Default);
+    if (options.defaultTitle.isEmpty())
+        defaultButton_->setText(tr("&OK"));
+    return row;
 }
 
 void DarkAlert::keyPressEvent(QKeyEvent* event) {
@@ -132,6 +156,6 @@ void DarkAlert::keyPressEvent(QKeyEvent* event) {
     case Qt::Key_End:
         return bar->triggerAction(QAbstractSlider::SliderToMaximum);
     default:
-        return QDialog::keyPressEvent(event);
+        return DarkDialog::keyPressEvent(event);
     }
 }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <condition_variable>
 #include <functional>
+#include <map>
 #include <mutex>
 #include <utility>
 
@@ -37,9 +38,12 @@ public:
         note("open " + path + " with bundle " + identifier);
     }
     void activateApplication(const std::string& name, std::stop_token) override { note("activate " + name); }
-    std::vector<platform::RunningApplication> runningApplications() override { return {}; }
-    std::optional<std::string> absolutePathForAppBundleWithIdentifier(const std::string&) override {
-        return std::nullopt;
+    std::vector<platform::RunningApplication> runningApplications() override { return running; }
+    std::optional<std::string>
+    absolutePathForAppBundleWithIdentifier(const std::string& identifier) override {
+        note("find " + identifier);
+        const auto found = paths.find(identifier);
+        return found == paths.end() ? std::nullopt : std::optional(found->second);
     }
     std::shared_ptr<void> holdTermination(const std::string& bundlePath) override {
         note("hold " + bundlePath);
@@ -66,6 +70,10 @@ public:
         std::unique_lock lock(mutex_);
         changed_.wait(lock, [&] { return std::ranges::count(events_, event) >= times; });
     }
+
+    // What runs, and where applications are by their identifiers. Set them before other threads ask.
+    std::vector<platform::RunningApplication> running;
+    std::map<std::string, std::string> paths;
 
     // Runs on the calling thread after an event has been noted; may throw as a service would, but not when
     // a termination is released. Set it before other threads use the workspace.

@@ -52,6 +52,12 @@ FakeApplication& application() {
 FakeAlertPanels& alertPanels() {
     return *fake<FakeAlertPanels>();
 }
+FakeAlertSheets& alertSheets() {
+    return *fake<FakeAlertSheets>();
+}
+FakeDistributedNotifications& distributedNotifications() {
+    return *fake<FakeDistributedNotifications>();
+}
 
 void makeFolder(const std::string& path) {
     std::filesystem::create_directories(path);
@@ -96,6 +102,8 @@ static void reset() {
     fake<FakeWorkspace>() = std::make_shared<FakeWorkspace>();
     fake<FakeApplication>() = std::make_shared<FakeApplication>(fake<FakeWorkspace>());
     fake<FakeAlertPanels>() = std::make_shared<FakeAlertPanels>();
+    fake<FakeAlertSheets>() = std::make_shared<FakeAlertSheets>();
+    fake<FakeDistributedNotifications>() = std::make_shared<FakeDistributedNotifications>();
     users().home = home();
     users().console = "tester";
     users().homes["tester"] = home();
@@ -107,7 +115,9 @@ static void reset() {
                        .mainThread = std::make_shared<FakeMainThread>(),
                        .workspace = fake<FakeWorkspace>(),
                        .application = fake<FakeApplication>(),
-                       .alertPanels = fake<FakeAlertPanels>()});
+                       .alertPanels = fake<FakeAlertPanels>(),
+                       .alertSheets = fake<FakeAlertSheets>(),
+                       .distributedNotifications = fake<FakeDistributedNotifications>()});
 }
 
 static void enter() {

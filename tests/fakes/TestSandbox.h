@@ -1,8 +1,10 @@
 #pragma once
 
 #include "FakeAlertPanels.h"
+#include "FakeAlertSheets.h"
 #include "FakeApplication.h"
 #include "FakeConsoleLog.h"
+#include "FakeDistributedNotifications.h"
 #include "FakeUserDefaults.h"
 #include "FakeUsers.h"
 #include "FakeWorkspace.h"
@@ -26,6 +28,8 @@ FakeUserDefaults& defaults();
 FakeWorkspace& workspace();
 FakeApplication& application();
 FakeAlertPanels& alertPanels();
+FakeAlertSheets& alertSheets();
+FakeDistributedNotifications& distributedNotifications();
 
 // Writes a file, making the folders above it.
 void writeFile(const std::string& path, std::string_view bytes);

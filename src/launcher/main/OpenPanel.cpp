@@ -12,6 +12,7 @@
 #include "LinuxWorkspace.h"
 #include "MainPanel.h"
 #include "PanelAlerts.h"
+#include "PanelSheets.h"
 #include "QtApplication.h"
 #include "QtMainThread.h"
 #include "TerminationSignals.h"
@@ -163,6 +164,8 @@ int openPanel(int argc, char** argv) {
         [workspace](bool hidden) { workspace->setWatchesOthers(hidden); });
     auto alertPanels = std::make_shared<PanelAlerts>();
     services.alertPanels = alertPanels;
+    auto alertSheets = std::make_shared<PanelSheets>();
+    services.alertSheets = alertSheets;
     services.distributedNotifications = std::make_shared<platform::BusNotifications>();
     services.messagePorts = std::make_shared<platform::BusMessagePorts>();
     services.userDefaults = std::make_shared<platform::LinuxUserDefaults>(
@@ -186,6 +189,7 @@ int openPanel(int argc, char** argv) {
     endInOrder = [&] {
         instance.leave();
         mainThread->close();
+        alertSheets->close(); // who waits for an answer gets one
         bool threadsEnded = controller->applicationWillTerminate();
         services.notificationCenter->post(
             {.name = platform::kApplicationWillTerminateNotification, .userInfo = {}});

@@ -74,7 +74,7 @@ private:
 MainPanel::MainPanel(std::shared_ptr<AppController> controller)
     : controller_(std::move(controller)), ui_(std::make_unique<Ui::MainPanel>()),
       model_(new CatalogueModel(controller_, this)), window_(*this), windowController_(window_),
-      listAtStart_(controller_->dataArray()) {
+      progressPanel_(*this, [this] { controller_->cancelPurgel(); }), listAtStart_(controller_->dataArray()) {
     ui_->setupUi(this);
     menus_ = std::make_unique<PanelMenus>(*this, *ui_, *controller_, softwareUpdate_);
     styleLabels();
@@ -83,6 +83,7 @@ MainPanel::MainPanel(std::shared_ptr<AppController> controller)
     spinnerOutlet_ = std::make_unique<SpinnerOutlet>(*ui_->spinner);
     restorePanelSize(*this);
     layOutColumns();
+    connect(ui_->purgelButton, &QAbstractButton::clicked, this, [this] { controller_->runPurgel(); });
     ui_->table->setFocus();
     windowController_.awakeFromNib();
     connect(qApp, &QCoreApplication::aboutToQuit, this, &MainPanel::storeSize);
@@ -95,6 +96,8 @@ Outlets MainPanel::outlets() {
             .windowController = &windowController_,
             .tableView = tableOutlet_.get(),
             .spinner = spinnerOutlet_.get(),
+            .progressPanel = &progressPanel_,
+            .progressBar = &progressPanel_,
             .hideMenu = &menus_->hideMenu(),
             .sortMenu = &menus_->sortMenu(),
             .userManualMenu = &menus_->userManualMenu()};

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "PanelWindow.h"
+#include "ProgressPanel.h"
 #include "VTSoftwareUpdate.h"
 #include "VTWindowController.h"
 
@@ -56,6 +57,7 @@ private:
     std::unique_ptr<SpinnerOutlet> spinnerOutlet_;
     PanelWindow window_;
     VTWindowController windowController_;
+    ProgressPanel progressPanel_;
     std::shared_ptr<const void> listAtStart_; // the controller's, until the first rebuild has ended
     bool sizeIsStored_ = false;
 };

@@ -25,6 +25,8 @@ public:
     void animateAlphaValue(double alpha) override;
     void setAnimationDelegate(std::function<void()> animationDidStop) override;
 
+    QWidget& widget() const { return window_; }
+
     // During close(): the window must not ask anybody whether it may.
     bool isClosing() const { return closing_; }
 

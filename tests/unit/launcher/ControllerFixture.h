@@ -29,6 +29,8 @@ protected:
                 .windowController = &windowController,
                 .tableView = &table,
                 .spinner = &spinner,
+                .progressPanel = &progressPanel,
+                .progressBar = &progressBar,
                 .hideMenu = &hideMenu,
                 .sortMenu = &sortMenu,
                 .userManualMenu = &userManualMenu};
@@ -74,6 +76,8 @@ protected:
     VTWindowController windowController{window};
     FakeTable table;
     FakeSpinner spinner;
+    FakePanel progressPanel;
+    FakeProgressBar progressBar;
     FakeMenu hideMenu;
     FakeMenu sortMenu;
     FakeMenu userManualMenu;

@@ -172,6 +172,36 @@ private:
     int stopped_ = 0;
 };
 
+struct FakePanel : outlet::Panel {
+    void beginSheet(outlet::Window& parent) override {
+        expectMainThread();
+        window = &parent;
+        ++begun;
+    }
+    void endSheet() override {
+        expectMainThread();
+        window = nullptr;
+        ++ended;
+    }
+
+    outlet::Window* window = nullptr; // that it is a sheet of
+    int begun = 0;
+    int ended = 0;
+};
+
+struct FakeProgressBar : outlet::Spinner {
+    void startAnimation() override {
+        expectMainThread();
+        isAnimating = true;
+    }
+    void stopAnimation() override {
+        expectMainThread();
+        isAnimating = false;
+    }
+
+    bool isAnimating = false;
+};
+
 struct FakeCell : outlet::TextCell {
     void setHasShadow(bool value) override { hasShadow = value; }
     void setSubtitle(const std::optional<std::string>& value) override {

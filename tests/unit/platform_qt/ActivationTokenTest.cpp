@@ -15,6 +15,7 @@ namespace {
 class UnaskedMainThread : public platform::MainThread {
 public:
     void perform(std::function<void()>, platform::Wait) override { ADD_FAILURE() << "asked"; }
+    void performAfter(std::chrono::milliseconds, std::function<void()>) override {}
 };
 
 } // namespace

@@ -79,6 +79,9 @@ class SuiteTest(unittest.TestCase):
         self.assertEqual(unlisted, {
             "Applications/Burrel.app",
             "Applications/Docs/Ledgerel.app",
+            "Applications/Editors/Soundel.app",
+            "Applications/Editors/Splicel.app",
+            "Applications/Editors/Squeezel.app",
             "Applications/Nib Sorter.app",
             "Applications/Tools.localized/Spigotel.app",
             "Applications/Vantorel/Bug Reporter.app",

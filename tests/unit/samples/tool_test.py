@@ -8,7 +8,7 @@ import json
 import os
 import pathlib
 import plistlib
-import signal
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -112,25 +112,45 @@ class ToolTest(unittest.TestCase):
             log = pathlib.Path(home, "Library/Logs/Vantorel Software Update.log").read_text(encoding="utf-8")
             self.assertRegex(log, r"\A\S+ -checkpath /somewhere/Launcher\.app\n\Z")
 
-    def test_a_repair_posts_that_it_is_complete(self):
-        rule = "interface='com.vantorel.DistributedNotification',member='Posted'"
-        with subprocess.Popen(["dbus-monitor", "--session", rule], stdout=subprocess.PIPE, text=True) as monitor:
-            try:
-                monitor.stdout.readline()  # it is on the bus
-                program = SUITE / "Applications/Kelvandor/Purgel.app/Contents/MacOS/Purgel"
-                environment = {name: value for name, value in os.environ.items() if name != "DISPLAY"}
-                result = subprocess.run([program, "-fix"], env=environment, stdout=subprocess.DEVNULL,
-                                        timeout=LIMIT, check=False)
-                self.assertEqual(result.returncode, 0)
-                signal.alarm(LIMIT)
-                for line in monitor.stdout:
-                    if 'string "VTKVDPurgelComplete"' in line:
-                        break
-                else:
-                    self.fail("nothing was posted")
-            finally:
-                signal.alarm(0)
-                monitor.terminate()
+    def repair(self, root, poster=None):
+        """Runs Purgel in a suite of its own; returns the finished process."""
+        bundle = root / "Applications/Kelvandor/Purgel.app"
+        shutil.copytree(SUITE / "Applications/Kelvandor/Purgel.app", bundle)
+        if poster:
+            vtpost = root / "Library/Application Support/Vantorel/Shared Resources/vtpost"
+            vtpost.parent.mkdir(parents=True)
+            vtpost.write_text(f"#!/bin/sh\n{poster}\n", encoding="utf-8")
+            vtpost.chmod(0o755)
+        environment = {name: value for name, value in os.environ.items() if name != "DISPLAY"}
+        return subprocess.run([bundle / "Contents/MacOS/Purgel", "-fix"], env=environment, timeout=LIMIT,
+                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, check=False)
+
+    def test_a_repair_clears_its_cache_and_posts_that_it_is_complete(self):
+        with tempfile.TemporaryDirectory() as folder:
+            root = pathlib.Path(folder, "Suite")
+            result = self.repair(root, f"echo $# $@ >>'{folder}/posted'")
+            self.assertEqual(result.returncode, 0, result.stderr)
+            self.assertEqual(pathlib.Path(folder, "posted").read_text(encoding="utf-8"), "1 VTKVDPurgelComplete\n")
+            self.assertEqual(result.stdout.count("cleared"), 6)
+            self.assertEqual(list((root / "Library/Caches").iterdir()), [])
+
+    def test_a_repair_follows_no_link(self):
+        with tempfile.TemporaryDirectory() as folder:
+            root = pathlib.Path(folder, "Suite")
+            outside = pathlib.Path(folder, "outside")
+            outside.mkdir()
+            (root / "Library/Caches").mkdir(parents=True)
+            (root / "Library/Caches/com.vantorel.Purgel").symlink_to(outside)
+            result = self.repair(root, f"echo $@ >>'{folder}/posted'")
+            self.assertEqual(result.returncode, 1)
+            self.assertIn("could not be cleared", result.stderr)
+            self.assertTrue(pathlib.Path(folder, "posted").exists())  # the run is over all the same
+
+    def test_a_repair_that_can_tell_nobody_fails(self):
+        with tempfile.TemporaryDirectory() as folder:
+            result = self.repair(pathlib.Path(folder, "Suite"))
+            self.assertEqual(result.returncode, 1)
+            self.assertIn("nobody could be told", result.stderr)
 
 
 if __name__ == "__main__":

@@ -7,6 +7,7 @@
 #include <deque>
 #include <functional>
 #include <mutex>
+#include <stdexcept>
 #include <utility>
 
 // The main thread with a loop that runs when the test says so.
@@ -24,6 +25,11 @@ public:
         if (wait == platform::Wait::UntilDone) {
             changed_.wait(lock, [&] { return done_ >= number; });
         }
+    }
+
+    // No test of this folder has a use for it.
+    void performAfter(std::chrono::milliseconds, std::function<void()>) override {
+        throw std::logic_error("this loop has no clock");
     }
 
     // Does one piece of work, waiting for it.

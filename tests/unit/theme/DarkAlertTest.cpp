@@ -6,20 +6,28 @@
 
 #include <QAccessible>
 #include <QApplication>
+#include <QCheckBox>
 #include <QKeyEvent>
 #include <QPushButton>
 #include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <array>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+#include <map>
+#include <memory>
 #include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+using testing::ElementsAre;
 
 namespace {
 
 // The result that the key ends the alert with.
-std::optional<int> resultOfKey(Qt::Key key) {
-    DarkAlert alert(QStringLiteral("Title"), QStringLiteral("Message"));
+std::optional<int> resultOfKey(Qt::Key key, const DarkAlert::Options& options = {}) {
+    DarkAlert alert(QStringLiteral("Title"), QStringLiteral("Message"), options);
     std::optional<int> result;
     QObject::connect(&alert, &QDialog::finished, [&result](int value) { result = value; });
     alert.show();
@@ -40,6 +48,41 @@ QScrollBar& scrollBar(const DarkAlert& alert) {
 void press(DarkAlert& alert, Qt::Key key) {
     QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier);
     QApplication::sendEvent(alert.focusWidget(), &event);
+}
+
+std::unique_ptr<DarkAlert> alertWith(const DarkAlert::Options& options) {
+    return std::make_unique<DarkAlert>(QStringLiteral("Title"), QStringLiteral("Message"), options);
+}
+
+// The titles from left to right.
+std::vector<std::string> buttons(const std::unique_ptr<DarkAlert>& alert) {
+    alert->show();
+    offscreen::settle();
+    std::map<int, std::string> titles;
+    for (const auto* button : alert->findChildren<QPushButton*>())
+        titles[button->x()] = QAccessible::queryAccessibleInterface(const_cast<QPushButton*>(button))
+                                  ->text(QAccessible::Name)
+                                  .toStdString();
+    std::vector<std::string> ordered;
+    for (const auto& [place, title] : titles)
+        ordered.push_back(title);
+    return ordered;
+}
+
+QPushButton* button(const DarkAlert& alert, const QString& title) {
+    for (auto* button : alert.findChildren<QPushButton*>())
+        if (button->text() == title)
+            return button;
+    return nullptr;
+}
+
+std::optional<int> resultOfButton(const DarkAlert::Options& options, const QString& title) {
+    const auto alert = alertWith(options);
+    std::optional<int> result;
+    QObject::connect(alert.get(), &QDialog::finished, [&result](int value) { result = value; });
+    alert->show();
+    button(*alert, title)->click();
+    return result;
 }
 
 } // namespace
@@ -65,8 +108,75 @@ TEST(DarkAlertTest, KeysPressItsButton) {
     EXPECT_EQ(resultOfKey(Qt::Key_Return), QDialog::Accepted);
     EXPECT_EQ(resultOfKey(Qt::Key_Enter), QDialog::Accepted);
     EXPECT_EQ(resultOfKey(Qt::Key_Space), QDialog::Accepted);
-    EXPECT_EQ(resultOfKey(Qt::Key_Escape), QDialog::Rejected);
+    EXPECT_EQ(resultOfKey(Qt::Key_Escape), QDialog::Accepted);
     EXPECT_EQ(resultOfKey(Qt::Key_A), std::nullopt);
+}
+
+TEST(DarkAlertTest, ShowsTheButtonsThatHaveTitles) {
+    EXPECT_THAT(buttons(alertWith({})), ElementsAre("OK"));
+    EXPECT_THAT(buttons(alertWith({.defaultTitle = "&Go"})), ElementsAre("&Go"));
+    EXPECT_THAT(buttons(alertWith({"Go", "Stop", {}, {}})), ElementsAre("Stop", "Go"));
+    EXPECT_THAT(buttons(alertWith({{}, {}, "Help", {}})), ElementsAre("Help", "OK"));
+    EXPECT_THAT(buttons(alertWith({"Go", "Stop", "Help", {}})), ElementsAre("Help", "Stop", "Go"));
+}
+
+TEST(DarkAlertTest, ButtonsAnswer) {
+    const DarkAlert::Options all{"Go", "Stop", "Help", {}};
+    EXPECT_EQ(resultOfButton(all, "Go"), 1);
+    EXPECT_EQ(resultOfButton(all, "Stop"), 0);
+    EXPECT_EQ(resultOfButton(all, "Help"), -1);
+    EXPECT_EQ(resultOfKey(Qt::Key_Return, all), 1);
+    EXPECT_EQ(resultOfKey(Qt::Key_Enter, all), 1);
+}
+
+TEST(DarkAlertTest, EscapePressesTheButtonThatCancels) {
+    const std::vector<std::pair<DarkAlert::Options, int>> expected{{{"Go", "Stop", "Help", {}}, 0},
+                                                                   {{"Go", "Cancel", "Help", {}}, 0},
+                                                                   {{"Go", "Stop", "Cancel", {}}, -1},
+                                                                   {{"Go", {}, "Help", {}}, -1},
+                                                                   {{"Go", {}, {}, {}}, 1},
+                                                                   {{"Cancel", "Stop", {}, {}}, 0}};
+    for (const auto& [options, answer] : expected) {
+        EXPECT_EQ(resultOfKey(Qt::Key_Escape, options), answer) << qPrintable(options.alternateTitle);
+        const auto alert = alertWith(options);
+        EXPECT_EQ(alert->cancellingAnswer(), answer);
+        alert->show();
+        alert->close(); // as the window manager asks for
+        EXPECT_EQ(alert->result(), answer);
+    }
+}
+
+TEST(DarkAlertTest, ReturnPressesTheButtonWithTheFocus) {
+    const auto alert = alertWith({"Go", "Stop", {}, {}});
+    alert->show();
+    offscreen::settle();
+    auto* go = button(*alert, "Go");
+    auto* stop = button(*alert, "Stop");
+    EXPECT_TRUE(go->isDefault());
+    EXPECT_TRUE(go->hasFocus());
+    stop->setFocus();
+    EXPECT_TRUE(stop->isDefault()) << "it is lit";
+    press(*alert, Qt::Key_Return);
+    EXPECT_EQ(alert->result(), 0);
+}
+
+TEST(DarkAlertTest, ACheckBoxOnDemand) {
+    EXPECT_EQ(alertWith({})->findChild<QCheckBox*>(), nullptr);
+    for (const bool before : {false, true}) {
+        const auto alert = alertWith({.suppressed = before});
+        std::vector<bool> changes;
+        QObject::connect(alert.get(), &DarkAlert::suppressedChanged,
+                         [&changes](bool suppressed) { changes.push_back(suppressed); });
+        alert->show();
+        auto* box = alert->findChild<QCheckBox*>();
+        ASSERT_NE(box, nullptr);
+        EXPECT_EQ(box->isChecked(), before);
+        auto* accessible = QAccessible::queryAccessibleInterface(box);
+        EXPECT_EQ(accessible->text(QAccessible::Name), "Do not show this message again");
+        box->click();
+        EXPECT_THAT(changes, ElementsAre(!before));
+        EXPECT_TRUE(alert->isVisible());
+    }
 }
 
 TEST(DarkAlertTest, IsNotWiderThanItNeeds) {

@@ -4,6 +4,7 @@
 #include "Threads.h"
 
 #include <QCoreApplication>
+#include <QTimer>
 #include <condition_variable>
 #include <exception>
 #include <mutex>
@@ -110,6 +111,14 @@ void QtMainThread::perform(std::function<void()> work, Wait wait) {
     if (wait == Wait::UntilDone) {
         state_->waitFor(*task);
     }
+}
+
+void QtMainThread::performAfter(std::chrono::milliseconds delay, std::function<void()> work) {
+    auto task = std::make_shared<Task>();
+    task->work = std::move(work);
+    auto run = [state = state_, task] { state->run(*task); };
+    perform([delay, run] { QTimer::singleShot(delay, Qt::PreciseTimer, QCoreApplication::instance(), run); },
+            Wait::No);
 }
 
 void QtMainThread::close() {

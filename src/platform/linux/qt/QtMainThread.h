@@ -15,6 +15,7 @@ public:
     QtMainThread& operator=(const QtMainThread&) = delete;
 
     void perform(std::function<void()> work, Wait wait) override;
+    void performAfter(std::chrono::milliseconds delay, std::function<void()> work) override;
 
     // Once the event loop has ended, on the main thread: what still waits is dropped, its callers
     // return, and so does everyone who comes later.

@@ -52,6 +52,10 @@ public:
         auto error = failure(createDirectoryFailure, path);
         return error ? error : next_->createDirectory(path);
     }
+    std::error_code createPrivateDirectory(const std::string& path) override {
+        auto error = failure(createDirectoryFailure, path);
+        return error ? error : next_->createPrivateDirectory(path);
+    }
     std::error_code removeItem(const std::string& path) override {
         auto error = failure(removeItemFailure, path);
         return error ? error : next_->removeItem(path);

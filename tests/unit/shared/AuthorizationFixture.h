@@ -12,6 +12,9 @@
 
 // Who runs the process.
 enum class Role { User, Root };
+inline void PrintTo(Role role, std::ostream* stream) {
+    *stream << (role == Role::Root ? "root" : "user");
+}
 
 // A tool that was to be started, by root's task runner or by the authorization service.
 struct ToolRun {

@@ -4,6 +4,8 @@
 #include "TaskFixture.h"
 #include "VTAuthorization.h"
 
+#include <algorithm>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -26,13 +28,13 @@ inline void PrintTo(const ToolRun& run, std::ostream* stream) {
     *stream << run.tool << testing::PrintToString(run.arguments);
 }
 
-// An object beside the process-wide one, with an end.
+// An object beside the process-wide one, with an end. As root it runs real tools.
 class RealAuthorization : public VTAuthorization {
 public:
     explicit RealAuthorization(bool withGUI = true) : VTAuthorization(withGUI) {}
 };
 
-// As root it starts no tool either.
+// Starts no tool, as root either.
 class RecordingAuthorization : public RealAuthorization {
 public:
     using RealAuthorization::RealAuthorization;
@@ -66,6 +68,15 @@ protected:
     }
     FakeAuthorization& service() { return *service_; }
 
+    static RecordingAuthorization withoutGUI() { return RecordingAuthorization(false); }
+
+    static std::shared_ptr<FakeAuthorization::Reference> reference() {
+        return std::make_shared<FakeAuthorization::Reference>(true);
+    }
+    void refuse() {
+        service().onCopyRights = [](const auto&) { return FakeAuthorization::kDenied; };
+    }
+
     // The tools started since the last call, without waiting for their end.
     std::vector<ToolRun> started() {
         auto runs = std::exchange(controller().started, {});
@@ -93,6 +104,43 @@ private:
 class AuthorizationAs : public AuthorizationTest, public testing::WithParamInterface<Role> {
 protected:
     AuthorizationAs() { become(GetParam()); }
+};
+
+// Files and folders in the sandbox, whoever runs the process.
+class AuthorizationFiles : public AuthorizationAs {
+protected:
+    static std::string home(const std::string& name) { return sandbox::home() + "/" + name; }
+    static std::string trash(const std::string& name) { return home(".Trash/" + name); }
+
+    static std::string makeFile(const std::string& path) {
+        sandbox::writeFile(path, "text");
+        return path;
+    }
+    static mode_t modeOf(const std::string& path) {
+        struct stat status {};
+        EXPECT_EQ(::lstat(path.c_str(), &status), 0) << path;
+        return status.st_mode & 07777;
+    }
+
+    // The tools that handle this item fail: to start for a user, not to be seen for root.
+    void failFor(const std::string& item) {
+        service().onExecute = [item](const FakeAuthorization::Run& run) {
+            return std::ranges::count(run.arguments, item) > 0 ? 7 : 0;
+        };
+    }
+    static ToolRun move(const std::string& from, const std::string& to) {
+        return {"/bin/mv", {"-f", from, to}};
+    }
+    static ToolRun toTrash(const std::string& from) {
+        return move(from, trash(std::filesystem::path(from).filename()));
+    }
+
+    // Where the only tool started moved the item to.
+    std::string destination() {
+        const auto runs = started();
+        EXPECT_EQ(runs.size(), 1U);
+        return runs.empty() ? "" : runs.front().arguments.back();
+    }
 };
 
 constexpr auto kNameOfRole = [](const testing::TestParamInfo<Role>& info) {

@@ -118,6 +118,9 @@ public:
     // Makes the folder and whatever parents are missing; a folder that is there is fine.
     virtual std::error_code createDirectory(const std::string& path) = 0;
 
+    // Makes one folder that its owner alone may enter (mode 0700); one that is there stays as it is.
+    virtual std::error_code createPrivateDirectory(const std::string& path) = 0;
+
     // A folder with all that is in it; a link itself, never what it leads to.
     virtual std::error_code removeItem(const std::string& path) = 0;
 

@@ -17,7 +17,8 @@ public:
 
     explicit FailingFileManager(std::shared_ptr<platform::FileManager> next) : next_(std::move(next)) {}
 
-    Failure createDirectoryFailure;
+    Failure listingFailure;
+    Failure createDirectoryFailure; // private folders included
     Failure removeItemFailure;
     Failure moveItemFailure; // is asked with the old path
     Failure copyItemFailure; // the same
@@ -43,6 +44,9 @@ public:
         return next_->destinationOfSymbolicLink(path);
     }
     std::unique_ptr<platform::Folder> openFolder(const std::string& path) override {
+        if (auto error = failure(listingFailure, path)) {
+            return std::make_unique<UnreadableFolder>(path, error);
+        }
         return next_->openFolder(path);
     }
     platform::FileContents contents(const std::string& path, std::size_t limit) override {
@@ -51,6 +55,10 @@ public:
     std::error_code createDirectory(const std::string& path) override {
         auto error = failure(createDirectoryFailure, path);
         return error ? error : next_->createDirectory(path);
+    }
+    std::error_code createPrivateDirectory(const std::string& path) override {
+        auto error = failure(createDirectoryFailure, path);
+        return error ? error : next_->createPrivateDirectory(path);
     }
     std::error_code removeItem(const std::string& path) override {
         auto error = failure(removeItemFailure, path);
@@ -77,6 +85,27 @@ public:
     }
 
 private:
+    class UnreadableFolder : public platform::Folder {
+    public:
+        UnreadableFolder(std::string path, std::error_code error) : path_(std::move(path)), error_(error) {}
+
+        const std::string& path() const override { return path_; }
+        std::vector<platform::DirectoryEntry> entries(platform::Listing, std::error_code& error) override {
+            error = error_;
+            return {};
+        }
+        bool isFolder(const platform::DirectoryEntry&) override { return false; }
+        std::unique_ptr<platform::Folder> subfolder(const platform::DirectoryEntry& entry) override {
+            return std::make_unique<UnreadableFolder>(path_ + "/" + entry.name, error_);
+        }
+        platform::FileContents contents(std::string_view, std::size_t) override { return {}; }
+        void suspend() override {}
+
+    private:
+        std::string path_;
+        std::error_code error_;
+    };
+
     struct Space {
         std::mutex mutex;
         std::size_t bytes = std::numeric_limits<std::size_t>::max();

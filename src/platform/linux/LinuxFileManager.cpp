@@ -17,6 +17,9 @@ namespace platform {
 
 namespace {
 
+constexpr mode_t kFolderMode = 0777; // less what the process's mask takes away
+constexpr mode_t kPrivateFolderMode = 0700;
+
 // `written` counts on by the bytes that reached the file, also when not all of them did.
 std::error_code writeAll(int file, std::string_view bytes, std::size_t& written) {
     while (!bytes.empty()) {
@@ -51,12 +54,12 @@ private:
     FileDescriptor file_;
 };
 
-std::error_code makeFolder(const std::string& path) {
+std::error_code makeFolder(const std::string& path, mode_t mode) {
     ItemPlace place(path, ItemPlace::FinalLink::Kept);
     if (place.error()) {
         return place.error();
     }
-    if (::mkdirat(place.folder(), place.name(), 0777) != 0) {
+    if (::mkdirat(place.folder(), place.name(), mode) != 0) {
         return lastError();
     }
     if (auto owner = place.owner()) {
@@ -146,15 +149,20 @@ std::error_code LinuxFileManager::createDirectory(const std::string& path) {
     if (isDirectory(path)) {
         return {};
     }
-    auto error = makeFolder(path);
+    auto error = makeFolder(path, kFolderMode);
     auto slash = withoutTrailingSlashes(path).rfind('/');
     if (error == std::errc::no_such_file_or_directory && slash != std::string::npos && slash > 0) {
         error = createDirectory(path.substr(0, slash));
         if (!error) {
-            error = makeFolder(path);
+            error = makeFolder(path, kFolderMode);
         }
     }
     // Another thread or program may have been quicker.
+    return error == std::errc::file_exists && isDirectory(path) ? std::error_code() : error;
+}
+
+std::error_code LinuxFileManager::createPrivateDirectory(const std::string& path) {
+    auto error = makeFolder(path, kPrivateFolderMode);
     return error == std::errc::file_exists && isDirectory(path) ? std::error_code() : error;
 }
 

@@ -15,6 +15,7 @@ public:
     std::unique_ptr<Folder> openFolder(const std::string& path) override;
     FileContents contents(const std::string& path, std::size_t limit) override;
     std::error_code createDirectory(const std::string& path) override;
+    std::error_code createPrivateDirectory(const std::string& path) override;
     std::error_code removeItem(const std::string& path) override;
     std::error_code moveItem(const std::string& from, const std::string& to) override;
     std::error_code copyItem(const std::string& from, const std::string& to) override;

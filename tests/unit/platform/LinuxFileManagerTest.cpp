@@ -167,6 +167,22 @@ TEST_F(LinuxFileManager, SaysWhyAFolderCannotBeMade) {
     EXPECT_FALSE(sandbox::exists(path("nowhere")));
 }
 
+TEST_F(LinuxFileManager, MakesAFolderForItsOwnerAlone) {
+    const auto mask = umask(0);
+    EXPECT_FALSE(files_.createPrivateDirectory(path("private")));
+    umask(mask);
+    EXPECT_EQ(modeOf(path("private")), 0700U);
+    ASSERT_EQ(chmod(path("private").c_str(), 0755), 0);
+    EXPECT_FALSE(files_.createPrivateDirectory(path("private")));
+    EXPECT_EQ(modeOf(path("private")), 0755U);
+    sandbox::writeFile(path("a file"), "x");
+    EXPECT_EQ(files_.createPrivateDirectory(path("a file")), std::errc::file_exists);
+    EXPECT_EQ(files_.createPrivateDirectory(path("no/folder")), std::errc::no_such_file_or_directory);
+    symlink("nowhere", path("dangling link").c_str());
+    EXPECT_EQ(files_.createPrivateDirectory(path("dangling link")), std::errc::file_exists);
+    EXPECT_FALSE(sandbox::exists(path("nowhere")));
+}
+
 TEST_F(LinuxFileManager, ManyMayMakeTheSameFolder) {
     std::atomic<int> failures = 0;
     {

@@ -2,6 +2,7 @@
 
 #include "Refusal.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
@@ -75,6 +76,10 @@ TrustedTool::TrustedTool(const std::string& path) {
     if (path.empty() || path.front() != '/') {
         throw Refusal("its path is not absolute");
     }
+    // A tool of several names goes by the one it is called by, so there must be one.
+    if (const auto name = path.substr(path.rfind('/') + 1); name.empty() || name == "." || name == "..") {
+        throw Refusal("its path does not end in a name");
+    }
     std::deque<std::string> components;
     prepend(components, path);
     std::vector<Step> folders; // from the root to where the walk is
@@ -92,11 +97,9 @@ TrustedTool::TrustedTool(const std::string& path) {
             continue;
         }
         auto step = open(folders.back().descriptor.get(), name);
-        if (components.empty() || S_ISLNK(step.status.st_mode)) {
-            // Also where a link lies that names the tool.
-            if (components.empty() && !isRootsAlone(folders.back().status)) {
-                throw Refusal("others than root may write to its folder");
-            }
+        // The tool's folder, and that of a link to it.
+        if (components.empty() && !isRootsAlone(folders.back().status)) {
+            throw Refusal("others than root may write to its folder");
         }
         if (S_ISLNK(step.status.st_mode)) {
             if (step.status.st_uid != 0 || ++links > kMaximumLinks) {

@@ -9,6 +9,7 @@
 #include "ListCommand.h"
 #include "MainPanel.h"
 #include "PanelAlerts.h"
+#include "PatientWait.h"
 #include "Platform.h"
 #include "QtApplication.h"
 #include "QtMainThread.h"
@@ -20,6 +21,7 @@
 #include "linux/LinuxFileManager.h"
 #include "linux/LinuxUserDefaults.h"
 #include "linux/LinuxUsers.h"
+#include "linux/PolkitAuthorization.h"
 #include "linux/SingleInstance.h"
 
 #include <QApplication>
@@ -163,6 +165,7 @@ int openPanel(int argc, char** argv) {
         [workspace](bool hidden) { workspace->setWatchesOthers(hidden); });
     auto alertPanels = std::make_shared<PanelAlerts>();
     services.alertPanels = alertPanels;
+    services.authorization = std::make_shared<platform::PolkitAuthorization>(platform::waitPatiently);
     platform::install(services); // where the preferences are, is found out with them
     services.userDefaults = std::make_shared<platform::LinuxUserDefaults>(
         VTLocalPaths::prefsDirectory(true).value_or(""), kBundleIdentifier);

@@ -11,6 +11,7 @@ script itself starts the system bus and polkit. Where that cannot be had, it say
 import os
 import pathlib
 import shutil
+import signal
 import subprocess
 import sys
 import time
@@ -69,6 +70,10 @@ class Polkit:
         cls._process = subprocess.Popen([POLKIT_DAEMON, "--no-debug"], stdin=subprocess.DEVNULL,
                                         stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         wait_until(lambda: _name_has_owner("org.freedesktop.PolicyKit1"), "polkit")
+
+    @classmethod
+    def freeze(cls):
+        cls._process.send_signal(signal.SIGSTOP)
 
     @classmethod
     def stop(cls):

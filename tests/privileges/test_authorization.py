@@ -55,6 +55,21 @@ class GrantedTest(AuthorizationTest):
         self.assertEqual(self.driver.ask("free"), 0)
         self.assert_does_not_run(DENIED)
 
+    def test_does_what_the_user_may_not(self):
+        self.assertEqual(self.driver.ask("rights"), 0)
+        place = self.tools.path / "place"
+        place.mkdir(mode=0o700)
+        (place / "file").write_text("text")
+        for words in (("/bin/cp", "-f", "-p", "-R", place / "file", place / "copy"),
+                      ("/bin/mv", "-f", place / "file", place / "moved"),
+                      ("/bin/rm", "-Rdf", place / "copy"),
+                      ("/bin/mkdir", "-p", place / "new/folder"),
+                      ("/usr/sbin/chown", "-R", USER, place / "new")):
+            self.assertEqual(self.driver.run(*words), 0)
+        self.assertEqual(sorted(path.name for path in place.iterdir()), ["moved", "new"])
+        self.assertEqual((place / "moved").read_text(), "text")
+        self.assertEqual((place / "new/folder").owner(), USER)
+
     def test_passes_exactly_the_arguments(self):
         self.assertEqual(self.driver.ask("rights"), 0)
         arguments = [b"-Rdf", b"", b"two words", b"a\nb\tc", b"\xff\xfe", b"$(id) `id` ; & | * ? ~ \\ ' \"", b"--", b"-"]
@@ -149,7 +164,9 @@ class GrantedTest(AuthorizationTest):
         self.assert_does_not_run(NOT_STARTED)
         self.assertEqual(self.driver.run("/nonexistent/tool"), NOT_STARTED)
         self.assertEqual(self.driver.run("bin/true"), NOT_STARTED)
-        self.assertEqual(self.driver.run("/bin/rm", "-Rdf", "/usr/"), NOT_STARTED)  # by the helper, whose test this is
+        remove = self.tools.add("rm")
+        self.assertEqual(self.driver.run(remove, "-Rdf", "/usr/"), NOT_STARTED)
+        self.assertIsNone(self.tools.record("rm"))
         self.assertEqual(self.driver.run("/usr/bin/false", until="start"), 0)  # it has started
 
     def test_needs_the_helper_where_it_is_installed(self):
@@ -169,6 +186,10 @@ class GrantedTest(AuthorizationTest):
         self.assertEqual(self.driver.ask("rights"), 0)
         Polkit.stop()
         self.assert_does_not_run(UNAVAILABLE)
+        self.assertEqual(self.driver.ask("create"), UNAVAILABLE)
+
+    def test_gives_up_on_a_polkit_that_does_not_answer(self):
+        Polkit.freeze()
         self.assertEqual(self.driver.ask("create"), UNAVAILABLE)
 
     def test_survives_the_end_of_the_bus(self):
@@ -266,7 +287,8 @@ class AgentTest(AuthorizationTest):
     def test_asks_once_and_holds(self):
         self.driver.send("rights")
         question = self.agent.answer(PASSWORD)
-        print(question)
+        self.assertIn("The Launcher wants to change files or run repair tools with administrator rights.", question)
+        self.assertIn(ADMINISTRATOR, question)
         self.assertEqual(self.driver.answer(), 0)
         self.assert_runs()
         self.assert_runs(asking="ask")
@@ -288,8 +310,7 @@ class AgentTest(AuthorizationTest):
         self.assert_does_not_run(DENIED)
         self.assertEqual(self.agent.transcript(), "")
         self.driver.send("run", "end", "ask", self.tool, "word")
-        question = self.agent.answer(PASSWORD)
-        print(question)
+        self.agent.answer(PASSWORD)
         self.assertEqual(self.driver.answer(), 0)
         self.assertEqual(self.tools.record("recorder")["arguments"][1:], [b"word"])
 

@@ -25,7 +25,7 @@ using Owned = std::unique_ptr<Object, Unreferencer>;
 
 // What the agent knows; used by the calling thread alone.
 struct Conversation {
-    uid_t administrator;
+    uid_t administrator = 0;
     SecretText& password;
     PolkitAgentSession* session = nullptr; // with PAM, while there is one
     GTask* task = nullptr;                 // that polkit waits for meanwhile
@@ -52,7 +52,7 @@ void answer(PolkitAgentSession* session, const char* /*request*/, gboolean /*isS
         polkit_agent_session_cancel(session);
         return;
     }
-    polkit_agent_session_response(session, conversation->password.c_str());
+    polkit_agent_session_response(session, conversation->password.text());
     conversation->password.wipe();
 }
 
@@ -190,7 +190,7 @@ std::optional<PolkitService::Answer> authorizeWithPassword(const PolkitProcess& 
     const Owned<PasswordListener> listener(
         static_cast<PasswordListener*>(g_object_new(password_listener_get_type(), nullptr)));
     listener->conversation = &conversation;
-    const gpointer registration =
+    auto* registration =
         polkit_agent_listener_register(&listener->parent, POLKIT_AGENT_REGISTER_FLAGS_NONE, process.get(),
                                        "/com/vantorel/launcher/PasswordAgent", limit.cancellable(), nullptr);
     if (!registration) {

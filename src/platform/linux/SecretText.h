@@ -10,15 +10,16 @@ namespace platform {
 // the text has been used or this object goes.
 class SecretText {
 public:
-    explicit SecretText(std::string_view text)
-        : length_(text.size()), text_(std::make_unique<char[]>(text.size() + 1)) {
-        std::memcpy(text_.get(), text.data(), length_);
+    explicit SecretText(std::string_view original)
+        : length_(original.size()), text_(std::make_unique<char[]>(original.size() + 1)) {
+        std::memcpy(text_.get(), original.data(), length_);
     }
     ~SecretText() { wipe(); }
     SecretText(const SecretText&) = delete;
     SecretText& operator=(const SecretText&) = delete;
 
-    const char* c_str() const { return text_.get(); }
+    // With a zero at the end.
+    const char* text() const { return text_.get(); }
 
     void wipe() { ::explicit_bzero(text_.get(), length_); }
 

@@ -35,7 +35,7 @@ struct Rendezvous {
 
 } // namespace
 
-bool waitPatiently(std::function<void()> work) {
+bool waitPatiently(const std::function<void()>& work) {
     if (!isMainThread() || !QCoreApplication::instance()) {
         work();
         return true;

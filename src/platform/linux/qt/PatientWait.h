@@ -9,6 +9,6 @@ namespace platform {
 // the midst of something. On any other thread: at once, here.
 //
 // False when the program ends first; the work then goes on alone, with what it holds itself.
-bool waitPatiently(std::function<void()> work);
+bool waitPatiently(const std::function<void()>& work);
 
 } // namespace platform

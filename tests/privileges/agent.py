@@ -1,14 +1,17 @@
 """Somebody who answers polkit's questions, on a terminal of his own."""
 
 import fcntl
+import json
 import os
+import pathlib
 import pty
 import pwd
 import select
 import subprocess
+import sys
 import termios
 
-from private_system import USER, wait_until
+from private_system import PASSWORD, USER, run, wait_until
 
 
 class Agent:
@@ -52,3 +55,57 @@ class Agent:
         os.write(self._terminal, password.encode() + b"\n")
         self.transcript(b"====\r\n")
         return question
+
+
+class Session:
+    """A login session of the user's, with the agent of a desktop. To be made before polkit is started."""
+
+    NAME = "vt1"
+
+    def __init__(self, test):
+        user = pwd.getpwnam(USER)
+        self._user = user
+        self._group = pathlib.Path("/run/session-group")
+        path = f"/user.slice/user-{user.pw_uid}.slice/session-{self.NAME}.scope"
+        self._group.write_text(f"1:name=systemd:{path}\n0::{path}\n", encoding="utf-8")
+        texts = {f"sessions/{self.NAME}": f"UID={user.pw_uid}\nUSER={USER}\nACTIVE=1\nSTATE=active\nTYPE=x11\nCLASS=user\n",
+                 f"users/{user.pw_uid}": f"NAME={USER}\nSTATE=active\nDISPLAY={self.NAME}\nSESSIONS={self.NAME}\n",
+                 "seats/.none": ""}
+        for name, text in texts.items():
+            file = pathlib.Path("/run/systemd", name)
+            file.parent.mkdir(parents=True, exist_ok=True)
+            file.write_text(text, encoding="utf-8")
+        test.addCleanup(run, "rm", "-r", "/run/systemd")
+        self._test = test
+
+    def take_in(self, process):
+        """Whoever asks for the process's session is told this one."""
+        place = f"/proc/{process}/cgroup"
+        run("mount", "--bind", self._group, place)
+        self._test.addCleanup(run, "umount", place)
+
+    def start_agent(self):
+        self._agent = subprocess.Popen(
+            [sys.executable, pathlib.Path(__file__).with_name("session_agent.py"), self.NAME], stdin=subprocess.PIPE,
+            stdout=subprocess.PIPE, bufsize=0, cwd="/", env={"PATH": "/usr/bin:/bin"}, user=self._user.pw_uid,
+            group=self._user.pw_gid, extra_groups=[])
+        self._test.addCleanup(self._end_agent)
+        self.take_in(self._agent.pid)
+        self._agent.stdin.write(PASSWORD.encode() + b"\n")
+        self._test.assertEqual(self.question(), "ready")
+
+    def question(self):
+        return json.loads(self._agent.stdout.readline())
+
+    def ask_polkit(self, operation):
+        self._agent.stdin.write(operation.encode() + b"\n")
+        return self.question()
+
+    def was_asked(self):
+        return bool(select.select([self._agent.stdout], [], [], 0)[0])
+
+    def _end_agent(self):
+        self._agent.kill()
+        self._agent.wait()
+        self._agent.stdin.close()
+        self._agent.stdout.close()

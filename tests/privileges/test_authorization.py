@@ -4,7 +4,7 @@ import os
 import pwd
 import unittest
 
-from agent import Agent
+from agent import Agent, Session
 from driver import DENIED, NOT_STARTED, UNAVAILABLE, Driver
 from private_system import (ACTION, ADMINISTRATOR, HELPER, PASSWORD, USER, Bus, Polkit, wait_until)
 from recording_tool import ToolFolder
@@ -313,6 +313,52 @@ class AgentTest(AuthorizationTest):
         self.agent.answer(PASSWORD)
         self.assertEqual(self.driver.answer(), 0)
         self.assertEqual(self.tools.record("recorder")["arguments"][1:], [b"word"])
+
+
+class SessionTest(AuthorizationTest):
+    """In a login session, whose agent asks, and in which polkit lets a right be revoked."""
+
+    def setUp(self):
+        self.session = Session(self)
+        super().setUp()
+        self.session.take_in(self.driver.process.pid)
+        self.session.start_agent()
+        self.assertEqual(self.driver.ask("create"), 0)
+
+    def test_asks_once_and_revokes(self):
+        self.assertEqual(self.driver.ask("rights"), 0)
+        self.assertEqual(self.session.question()["action"], ACTION)
+        self.assert_runs()
+        self.assert_runs(asking="ask")
+        self.assertFalse(self.session.was_asked())
+
+        self.assertEqual(self.driver.ask("free"), 0)
+        self.assertNotIn("tmpauthz", self.kept())
+        self.assert_does_not_run(DENIED, asking="ask")
+        self.assertEqual(self.driver.ask("create"), 0)
+        self.assertEqual(self.driver.ask("rights"), 0)
+        self.session.question()  # is asked anew
+        self.assertIn("tmpauthz", self.kept())
+
+    def kept(self):
+        """What polkit keeps for the session."""
+        return self.session.ask_polkit("EnumerateTemporaryAuthorizations")
+
+    def test_asks_for_this_process_when_a_right_has_lapsed(self):
+        self.assertEqual(self.driver.ask("rights"), 0)
+        self.session.question()
+        self.session.ask_polkit("RevokeTemporaryAuthorizations")
+        self.assert_does_not_run(DENIED)
+        self.assert_runs("word", asking="ask")
+        question = self.session.question()
+        self.assertEqual(question["action"], ACTION)
+        self.assertEqual(question["details"]["polkit.subject-pid"], str(self.driver.process.pid))
+
+    def test_asks_nobody_when_a_password_is_given(self):
+        self.assertEqual(self.driver.rights_with_password(), 0)
+        self.assertEqual(self.driver.ask("free"), 0)
+        self.assertEqual(self.driver.rights_with_password(password="wrong"), DENIED)
+        self.assertFalse(self.session.was_asked())
 
 
 if __name__ == "__main__":

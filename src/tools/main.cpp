@@ -146,6 +146,10 @@ int run(const std::vector<std::string>& words) try {
     tidyDescriptors();
     tidyProcess();
     if (words.empty()) {
+        if (const auto socket = takeHandshakeSocket(); socket) { // it is about the right alone
+            tell(socket, StartHandshake::kReady);
+            return EX_OK;
+        }
         say("refused: no tool is named");
         return EX_USAGE;
     }

@@ -84,14 +84,14 @@ class Session:
         run("mount", "--bind", self._group, place)
         self._test.addCleanup(run, "umount", place)
 
-    def start_agent(self):
+    def start_agent(self, password=PASSWORD):
         self._agent = subprocess.Popen(
             [sys.executable, pathlib.Path(__file__).with_name("session_agent.py"), self.NAME], stdin=subprocess.PIPE,
             stdout=subprocess.PIPE, bufsize=0, cwd="/", env={"PATH": "/usr/bin:/bin"}, user=self._user.pw_uid,
             group=self._user.pw_gid, extra_groups=[])
         self._test.addCleanup(self._end_agent)
         self.take_in(self._agent.pid)
-        self._agent.stdin.write(PASSWORD.encode() + b"\n")
+        self._agent.stdin.write(password.encode() + b"\n")
         self._test.assertEqual(self.question(), "ready")
 
     def question(self):

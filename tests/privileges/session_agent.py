@@ -2,7 +2,7 @@
 
     session_agent.py SESSION
 
-reads the password as a line, says "ready", and then writes down each question as a line of JSON. Further lines
+reads the password as a line (an empty one: every question is turned away), says "ready", and then writes down each question as a line of JSON. Further lines
 name operations of polkit's that it is to call for the session, and whose answer it writes down.
 """
 
@@ -33,6 +33,9 @@ class Agent(dbus.service.Object):
                          out_signature="", async_callbacks=("done", "failed"))
     def BeginAuthentication(self, action, message, icon, details, cookie, identities, done, failed):
         say({"action": action, "message": message, "details": details})
+        if not self._password:
+            failed(dbus.DBusException("not now", name="org.freedesktop.PolicyKit1.Error.Cancelled"))
+            return
         administrator = pwd.getpwuid(identities[0][1]["uid"]).pw_name
         helper = subprocess.Popen(["/usr/lib/polkit-1/polkit-agent-helper-1", administrator],
                                   stdin=subprocess.PIPE, stdout=subprocess.DEVNULL)

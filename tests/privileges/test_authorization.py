@@ -5,8 +5,8 @@ import pwd
 import unittest
 
 from agent import Agent, Session
-from driver import DENIED, NOT_STARTED, UNAVAILABLE, Driver
-from private_system import (ACTION, ADMINISTRATOR, HELPER, PASSWORD, USER, Bus, Polkit, wait_until)
+from driver import DENIED, DISMISSED, NOT_STARTED, UNAVAILABLE, Driver
+from private_system import ACTION, ADMINISTRATOR, HELPER, PASSWORD, RULES, USER, Bus, Polkit, wait_until
 from recording_tool import ToolFolder
 
 GRANTED_BY_RULE = f"""polkit.addRule(function (action, subject) {{
@@ -246,6 +246,20 @@ class PasswordTest(AuthorizationTest):
         self.assert_runs()
         wait_until(lambda: not self.driver.children(), "the end of all children")
 
+    def test_is_asked_anew_in_the_name_of_another(self):
+        """polkit keeps what the password has obtained, but that is not what grants the next request."""
+        self.assertEqual(self.driver.rights_with_password(), 0)
+        self.assertEqual(self.driver.ask("free"), 0)
+        self.assertEqual(self.driver.ask("create"), 0)
+        self.assertEqual(self.driver.ask("rights"), DENIED)
+        (RULES / "10-others.rules").write_text(
+            GRANTED_BY_RULE.replace("subject.user ==", f"subject.pid != {self.driver.process.pid} && subject.user =="))
+        other = Driver(self)
+        self.assertEqual(other.ask("create"), 0)
+        wait_until(lambda: other.ask("rights") == 0, "polkit to have read the rule")
+        self.assertEqual(self.driver.ask("rights"), 0)
+        self.assert_runs()
+
     def test_asks_polkit_each_time(self):
         self.assertEqual(self.driver.rights_with_password(), 0)
         self.assert_runs()
@@ -315,6 +329,20 @@ class AgentTest(AuthorizationTest):
         self.assertEqual(self.tools.record("recorder")["arguments"][1:], [b"word"])
 
 
+class DismissedTest(AuthorizationTest):
+    """With an agent that turns every question away."""
+
+    def test_is_dismissed(self):
+        session = Session(self)
+        Polkit.start()
+        session.take_in(self.driver.process.pid)
+        session.start_agent(password="")
+        self.assertEqual(self.driver.ask("create"), 0)
+        self.assertEqual(self.driver.ask("rights"), DISMISSED)
+        session.question()
+        self.assert_does_not_run(DENIED)
+
+
 class SessionTest(AuthorizationTest):
     """In a login session, whose agent asks, and in which polkit lets a right be revoked."""
 
@@ -327,7 +355,12 @@ class SessionTest(AuthorizationTest):
 
     def test_asks_once_and_revokes(self):
         self.assertEqual(self.driver.ask("rights"), 0)
-        self.assertEqual(self.session.question()["action"], ACTION)
+        question = self.session.question()
+        self.assertEqual(question["action"], ACTION)
+        self.assertEqual(question["details"]["polkit.subject-pid"], str(self.driver.process.pid))
+        self.assertEqual(question["message"],
+                         "The Launcher wants to change files or run repair tools with administrator rights. "
+                         f"For the next few minutes it will not ask again. Command: {HELPER}")
         self.assert_runs()
         self.assert_runs(asking="ask")
         self.assertFalse(self.session.was_asked())
@@ -352,6 +385,7 @@ class SessionTest(AuthorizationTest):
         self.assert_runs("word", asking="ask")
         question = self.session.question()
         self.assertEqual(question["action"], ACTION)
+        self.assertTrue(question["message"].endswith(f"Command: {HELPER} {self.tool} word"), question)
         self.assertEqual(question["details"]["polkit.subject-pid"], str(self.driver.process.pid))
 
     def test_asks_nobody_when_a_password_is_given(self):

@@ -251,6 +251,12 @@ class HandshakeTest(HelperTest):
         self.assertIsNone(process.poll())
         gate.write_text("\n")
 
+    def test_tells_of_the_right_alone(self):
+        ours, process = self.start()
+        self.assertEqual(ours.recv(2), b"R")
+        self.assertEqual(ours.recv(1), b"")
+        self.assertEqual(process.wait(), 0)
+
     def test_does_not_start_for_nobody(self):
         for word in (b"", b"X"):
             ours, process = self.start(self.tool)

@@ -165,8 +165,7 @@ private:
 
 } // namespace
 
-std::optional<PolkitService::Answer> authorizeWithPassword(const PolkitProcess& subject, uid_t administrator,
-                                                           SecretText& password) {
+bool authorizeWithPassword(const PolkitProcess& subject, uid_t administrator, SecretText& password) {
     const ThreadContext context;
     const Limit limit(context);
     GAsyncResult* result = nullptr;
@@ -174,14 +173,14 @@ std::optional<PolkitService::Answer> authorizeWithPassword(const PolkitProcess& 
     g_bus_get(G_BUS_TYPE_SYSTEM, limit.cancellable(), ThreadContext::remember, &result);
     const Owned<GDBusConnection> bus(g_bus_get_finish(context.wait(result).get(), nullptr));
     if (!bus) {
-        return std::nullopt;
+        return false;
     }
     g_dbus_connection_set_exit_on_close(bus.get(), FALSE); // the bus may go, this program stays
     polkit_authority_get_async(limit.cancellable(), ThreadContext::remember, &result);
     const Owned<::PolkitAuthority> authority(
         polkit_authority_get_finish(context.wait(result).get(), nullptr));
     if (!authority) {
-        return std::nullopt;
+        return false;
     }
 
     const Owned<PolkitSubject> process(polkit_unix_process_new_for_owner(subject.process, subject.startTime,
@@ -194,7 +193,7 @@ std::optional<PolkitService::Answer> authorizeWithPassword(const PolkitProcess& 
         polkit_agent_listener_register(&listener->parent, POLKIT_AGENT_REGISTER_FLAGS_NONE, process.get(),
                                        "/com/vantorel/launcher/PasswordAgent", limit.cancellable(), nullptr);
     if (!registration) {
-        return std::nullopt;
+        return false;
     }
     polkit_authority_check_authorization(authority.get(), process.get(), PolkitService::kAction, nullptr,
                                          POLKIT_CHECK_AUTHORIZATION_FLAGS_ALLOW_USER_INTERACTION,
@@ -206,12 +205,7 @@ std::optional<PolkitService::Answer> authorizeWithPassword(const PolkitProcess& 
         polkit_agent_session_cancel(conversation.session);
     }
     context.finish();
-    if (!outcome) {
-        return std::nullopt;
-    }
-    return PolkitService::Answer{
-        .isAuthorized = polkit_authorization_result_get_is_authorized(outcome.get()) != FALSE,
-        .wasDismissed = polkit_authorization_result_get_dismissed(outcome.get()) != FALSE};
+    return outcome && polkit_authorization_result_get_is_authorized(outcome.get()) != FALSE;
 }
 
 } // namespace platform

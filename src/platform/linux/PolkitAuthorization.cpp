@@ -18,7 +18,6 @@ namespace platform {
 namespace {
 
 using Status = Authorization::Status;
-using Asking = PolkitService::Asking;
 
 struct Reference : AuthorizationReference {
     bool hasRight = false;
@@ -73,9 +72,9 @@ std::optional<PolkitProcess> thisProcess() {
     return PolkitProcess::find(::getpid());
 }
 
-std::optional<PolkitService::Answer> askPolkit(Asking asking) {
+std::optional<PolkitService::Answer> askPolkit() {
     const auto subject = thisProcess();
-    return subject ? PolkitService::check(*subject, asking) : std::nullopt;
+    return subject ? PolkitService::check(*subject) : std::nullopt;
 }
 
 std::optional<uid_t> userNamed(const std::string& name) {
@@ -94,37 +93,49 @@ struct Administrator {
     SecretText password;
 };
 
-// `administrator` null: the session's agent asks.
+Status statusOf(PrivilegedTools::Outcome outcome) {
+    switch (outcome) {
+    case PrivilegedTools::Outcome::Started:
+        return 0;
+    case PrivilegedTools::Outcome::NotAuthorized:
+        return PolkitAuthorization::kDenied;
+    case PrivilegedTools::Outcome::Dismissed:
+        return PolkitAuthorization::kDismissed;
+    case PrivilegedTools::Outcome::NotStarted:
+        break;
+    }
+    return PolkitAuthorization::kNotStarted;
+}
+
+bool authorizes(Administrator& administrator, const std::optional<PolkitProcess>& subject) {
+    const auto user = userNamed(administrator.name);
+    return user && subject && authorizeWithPassword(*subject, *user, administrator.password);
+}
+
+// `administrator` null: the session's agent asks. pkexec has it do so, for only root may tell polkit the
+// command line that the question shows.
 Status obtainRight(Administrator* administrator) {
-    using Authorization = PolkitAuthorization;
-    auto subject = thisProcess();
-    const auto before =
-        subject && PrivilegedTools::isInstalled() ? PolkitService::check(*subject, Asking::No) : std::nullopt;
+    const auto before = PrivilegedTools::isInstalled() ? askPolkit() : std::nullopt;
     if (!before) {
-        return Authorization::kUnavailable;
+        return PolkitAuthorization::kUnavailable;
     }
     if (before->isAuthorized && !before->keptIdentifier) {
         return 0;
     }
+    if (!before->isAuthorized && !before->couldBeAuthorized) {
+        return PolkitAuthorization::kDenied;
+    }
     // What is kept from before says nothing about who asks now.
-    std::optional<StandIn> standIn;
-    if (before->keptIdentifier && !PolkitService::revoke(*before->keptIdentifier)) {
-        subject = standIn.emplace().find();
-    }
-    std::optional<PolkitService::Answer> answer;
-    if (!subject) {
-        return Authorization::kUnavailable;
-    }
+    const bool isKept = before->keptIdentifier && !PolkitService::revoke(*before->keptIdentifier);
+    using Subject = PrivilegedTools::Subject;
     if (!administrator) {
-        answer = PolkitService::check(*subject, Asking::Allowed);
-    } else if (const auto user = userNamed(administrator->name)) {
-        answer = authorizeWithPassword(*subject, *user, administrator->password);
+        return statusOf(PrivilegedTools::authorize(isKept ? Subject::Child : Subject::ThisProcess));
     }
-    if (!answer || !answer->isAuthorized) {
-        return answer && answer->wasDismissed && !administrator ? Authorization::kDismissed
-                                                                : Authorization::kDenied;
+    if (isKept) {
+        const StandIn standIn;
+        return authorizes(*administrator, standIn.find()) ? 0 : PolkitAuthorization::kDenied;
     }
-    return 0;
+    return authorizes(*administrator, thisProcess()) ? 0 : PolkitAuthorization::kDenied;
 }
 
 } // namespace
@@ -147,8 +158,7 @@ std::shared_ptr<AuthorizationReference> PolkitAuthorization::privilegedReference
 }
 
 Authorization::Result PolkitAuthorization::create() {
-    const auto status =
-        wait([] { return PrivilegedTools::isInstalled() && askPolkit(Asking::No) ? 0 : kUnavailable; });
+    const auto status = wait([] { return PrivilegedTools::isInstalled() && askPolkit() ? 0 : kUnavailable; });
     return {.status = status, .reference = status == 0 ? std::make_shared<Reference>() : nullptr};
 }
 
@@ -167,7 +177,7 @@ Status PolkitAuthorization::execute(AuthorizationReference& reference, const std
         return kDenied;
     }
     return wait([tools = tools_, tool, arguments, waitsForEnd, mayAsk] {
-        const auto answer = askPolkit(Asking::No);
+        const auto answer = askPolkit();
         if (!answer || !PrivilegedTools::isInstalled()) {
             return kUnavailable;
         }
@@ -177,17 +187,7 @@ Status PolkitAuthorization::execute(AuthorizationReference& reference, const std
             return kDenied;
         }
         using Until = PrivilegedTools::Until;
-        switch (tools->run(tool, arguments, waitsForEnd ? Until::OutputEnds : Until::Start, mustAsk)) {
-        case PrivilegedTools::Outcome::Started:
-            return 0;
-        case PrivilegedTools::Outcome::NotAuthorized:
-            return kDenied;
-        case PrivilegedTools::Outcome::Dismissed:
-            return kDismissed;
-        case PrivilegedTools::Outcome::NotStarted:
-            break;
-        }
-        return kNotStarted;
+        return statusOf(tools->run(tool, arguments, waitsForEnd ? Until::OutputEnds : Until::Start, mustAsk));
     });
 }
 
@@ -196,7 +196,7 @@ void PolkitAuthorization::free(std::shared_ptr<AuthorizationReference> reference
         return;
     }
     wait([] {
-        const auto answer = askPolkit(Asking::No);
+        const auto answer = askPolkit();
         if (answer && answer->keptIdentifier) {
             PolkitService::revoke(*answer->keptIdentifier);
         }

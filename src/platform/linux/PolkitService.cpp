@@ -14,7 +14,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kPatience = 10s;
-constexpr auto kPatienceWithPeople = 24h;
+constexpr std::uint32_t kNoQuestions = 0; // flags of a check
 
 DBusMessage methodCall(DBusConnection& bus, const char* member) {
     return bus.methodCall("org.freedesktop.PolicyKit1", "/org/freedesktop/PolicyKit1/Authority",
@@ -41,21 +41,17 @@ std::optional<PolkitProcess> PolkitProcess::find(pid_t process) {
     return fields >> found.startTime ? std::optional(found) : std::nullopt;
 }
 
-std::optional<PolkitService::Answer> PolkitService::check(const PolkitProcess& subject, Asking asking) {
+std::optional<PolkitService::Answer> PolkitService::check(const PolkitProcess& subject) {
     DBusConnection bus(DBusConnection::Bus::System, kPatience);
     if (!bus.isConnected()) {
         return std::nullopt;
     }
     const auto call = methodCall(bus, "CheckAuthorization");
-    const std::uint32_t flags = asking == Asking::Allowed ? 1 : 0;
     if (!call || sd_bus_message_append(call.get(), "(sa{sv})sa{ss}us", "unix-process", 3U, "pid", "u",
                                        static_cast<std::uint32_t>(subject.process), "start-time", "t",
                                        subject.startTime, "uid", "i", static_cast<std::int32_t>(subject.user),
-                                       kAction, 0U, flags, "") < 0) {
+                                       kAction, 0U, kNoQuestions, "") < 0) {
         return std::nullopt;
-    }
-    if (asking == Asking::Allowed) {
-        bus.setLimit(kPatienceWithPeople);
     }
     const auto reply = bus.send(call);
     int isAuthorized = 0;
@@ -71,8 +67,6 @@ std::optional<PolkitService::Answer> PolkitService::check(const PolkitProcess& s
     while (sd_bus_message_read(reply.get(), "{ss}", &name, &value) > 0) {
         if (std::string_view(name) == "polkit.temporary_authorization_id") {
             answer.keptIdentifier = value;
-        } else if (std::string_view(name) == "polkit.dismissed") {
-            answer.wasDismissed = true;
         }
     }
     return answer;

@@ -26,16 +26,13 @@ public:
     struct Answer {
         bool isAuthorized = false;
         bool couldBeAuthorized = false; // were somebody asked
-        bool wasDismissed = false;      // by whoever was asked
         // Of an authorization that was asked for before and is kept.
         std::optional<std::string> keptIdentifier = std::nullopt;
     };
 
-    enum class Asking { No, Allowed };
-
-    // Absent without a bus, without polkit, or when polkit does not know the action. Waits for seconds, and
-    // where somebody may be asked for as long as that takes.
-    static std::optional<Answer> check(const PolkitProcess& subject, Asking asking);
+    // Nobody is asked. Absent without a bus, without polkit, when polkit does not know the action or takes
+    // more than ten seconds.
+    static std::optional<Answer> check(const PolkitProcess& subject);
 
     // Drops an authorization that is kept; false when polkit does not allow that, as it does only for those
     // that an agent of the caller's login session has obtained.

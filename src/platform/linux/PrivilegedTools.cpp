@@ -63,15 +63,17 @@ Pair makeSocketPair() {
     return Pair(ends);
 }
 
+} // namespace
+
 // pkexec on its way to becoming the tool.
-struct Child {
+struct PrivilegedTools::Child {
     pid_t process = 0;
     FileDescriptor handle; // its pidfd
     FileDescriptor output;
     FileDescriptor handshake;
 };
 
-Child spawn(const std::vector<std::string>& words) {
+PrivilegedTools::Child PrivilegedTools::spawn(const std::vector<std::string>& words) {
     auto handshake = makeSocketPair();
     auto output = makePipe();
     SpawnFileActions actions;
@@ -88,8 +90,9 @@ Child spawn(const std::vector<std::string>& words) {
     const std::vector<std::string> environment{"PATH=/usr/sbin:/usr/bin:/sbin:/bin", "LANG=C.UTF-8"};
     const SpawnAttributes attributes;
     Child child;
-    if (const int failure = ::posix_spawn(&child.process, kPkexec, actions.get(), attributes.get(),
-                                          spawnPointers(words).data(), spawnPointers(environment).data())) {
+    if (const int failure =
+            ::posix_spawn(&child.process, words.front().c_str(), actions.get(), attributes.get(),
+                          spawnPointers(words).data(), spawnPointers(environment).data())) {
         throw std::system_error(failure, std::generic_category());
     }
     child.handle = FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, child.process, 0)));
@@ -97,6 +100,8 @@ Child spawn(const std::vector<std::string>& words) {
     child.handshake = std::move(handshake.ends[0]);
     return child;
 }
+
+namespace {
 
 std::optional<char> hear(const FileDescriptor& handshake, int patience) {
     using std::chrono::steady_clock;
@@ -184,6 +189,38 @@ std::shared_ptr<PrivilegedTools::Places> PrivilegedTools::makePlaces() {
     return std::make_shared<Places>();
 }
 
+// Of one that nobody speaks to any more: it ends by itself, should polkit hang when it likes.
+PrivilegedTools::Outcome PrivilegedTools::reasonForEnd(const std::shared_ptr<Child>& child) {
+    child->output.reset();
+    pollfd end{.fd = child->handle.get(), .events = POLLIN, .revents = 0};
+    if (!child->handle || retrying([&] { return ::poll(&end, 1, kPatience); }) == 0) {
+        inBackground([child] { collect(child->process, 0); });
+        return Outcome::NotStarted;
+    }
+    const auto status = collect(child->process, 0);
+    return status == kDismissed       ? Outcome::Dismissed
+           : status == kNotAuthorized ? Outcome::NotAuthorized
+                                      : Outcome::NotStarted;
+}
+
+PrivilegedTools::Outcome PrivilegedTools::authorize(Subject subject) {
+    std::vector<std::string> words{kPkexec, "--disable-internal-agent", kHelper};
+    if (subject == Subject::Child) {
+        // pkexec asks for its parent, which is a shell here: what follows keeps it from becoming pkexec.
+        words.insert(words.begin(), {"/bin/sh", "-c", "\"$@\"; exit $?", "sh"});
+    }
+    auto child = std::make_shared<Child>();
+    try {
+        *child = spawn(words);
+    } catch (const std::system_error&) {
+        return Outcome::NotStarted;
+    }
+    const bool isAuthorized = hear(child->handshake, kForEver) == StartHandshake::kReady;
+    child->handshake.reset();
+    const auto reason = reasonForEnd(child);
+    return isAuthorized ? Outcome::Started : reason;
+}
+
 PrivilegedTools::Outcome PrivilegedTools::run(const std::string& tool,
                                               const std::vector<std::string>& arguments, Until until,
                                               bool mayBeAskedFor) {
@@ -203,17 +240,7 @@ PrivilegedTools::Outcome PrivilegedTools::run(const std::string& tool,
         child->handle && hasStarted(child->handshake, mayBeAskedFor ? kForEver : kPatience);
     child->handshake.reset();
     if (!isStarted) {
-        child->output.reset();
-        // It ends by itself now that nobody listens; should polkit hang, it does so when it likes.
-        pollfd end{.fd = child->handle.get(), .events = POLLIN, .revents = 0};
-        if (!child->handle || retrying([&] { return ::poll(&end, 1, kPatience); }) == 0) {
-            inBackground([child] { collect(child->process, 0); });
-            return Outcome::NotStarted;
-        }
-        const auto status = collect(child->process, 0);
-        return status == kDismissed       ? Outcome::Dismissed
-               : status == kNotAuthorized ? Outcome::NotAuthorized
-                                          : Outcome::NotStarted;
+        return reasonForEnd(child);
     }
     if (until == Until::OutputEnds) {
         readToItsEnd(child->output);

@@ -12,7 +12,7 @@ namespace platform {
 class PrivilegedTools {
 public:
     enum class Outcome {
-        Started,
+        Started,       // or, without a tool, authorized
         NotAuthorized, // so says pkexec
         Dismissed,     // so does whoever was asked
         NotStarted,    // refused by the helper, or could not be started
@@ -25,12 +25,24 @@ public:
     Outcome run(const std::string& tool, const std::vector<std::string>& arguments, Until until,
                 bool mayBeAskedFor);
 
+    enum class Subject { ThisProcess, Child };
+
+    // Has pkexec obtain the right that running a tool takes, and run none: for this process, or for a child
+    // that has ended when the call returns, which shows what would be answered if it were for the first time.
+    // Waits for whoever is asked.
+    static Outcome authorize(Subject subject);
+
     // Is there what it takes: pkexec, and the helper where it is installed?
     static bool isInstalled();
 
 private:
     class Places;
     class Place;
+    struct Child;
+
+    static Child spawn(const std::vector<std::string>& words);
+    static Outcome reasonForEnd(const std::shared_ptr<Child>& child);
+
     std::shared_ptr<Places> places_ = makePlaces();
 
     static std::shared_ptr<Places> makePlaces();

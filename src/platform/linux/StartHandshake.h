@@ -8,7 +8,8 @@ namespace platform {
 //     Launcher: kGo       start the tool; without it the helper ends
 //     helper:   kFailed   the tool could not be started; the socket's end instead of it: the tool has started
 //
-// so that no tool starts for somebody who has given up waiting. The tool gets an empty standard input.
+// so that no tool starts for somebody who has given up waiting. Without a tool the first is all that is said.
+// The tool gets an empty standard input.
 struct StartHandshake {
     static constexpr char kReady = 'R';
     static constexpr char kGo = 'G';

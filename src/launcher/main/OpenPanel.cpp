@@ -13,6 +13,7 @@
 #include "MainPanel.h"
 #include "PanelAlerts.h"
 #include "PanelSheets.h"
+#include "PatientWait.h"
 #include "QtApplication.h"
 #include "QtMainThread.h"
 #include "TerminationSignals.h"
@@ -22,6 +23,7 @@
 #include "linux/BusNotifications.h"
 #include "linux/FontConfiguration.h"
 #include "linux/LinuxUserDefaults.h"
+#include "linux/PolkitAuthorization.h"
 #include "linux/SingleInstance.h"
 
 #include <QApplication>
@@ -166,6 +168,7 @@ int openPanel(int argc, char** argv) {
     services.alertPanels = alertPanels;
     auto alertSheets = std::make_shared<PanelSheets>();
     services.alertSheets = alertSheets;
+    services.authorization = std::make_shared<platform::PolkitAuthorization>(platform::waitPatiently);
     services.distributedNotifications = std::make_shared<platform::BusNotifications>();
     services.messagePorts = std::make_shared<platform::BusMessagePorts>();
     services.userDefaults = std::make_shared<platform::LinuxUserDefaults>(

@@ -1,0 +1,88 @@
+"""The program that uses the Launcher's administrator rights, as the ordinary user."""
+
+import pathlib
+import pwd
+import select
+import subprocess
+
+import private_system
+from private_system import DRIVER, USER
+
+DENIED, DISMISSED, UNAVAILABLE, NOT_STARTED = -60005, -60006, -60008, -60031
+
+
+def hexadecimal(word):
+    return (word if isinstance(word, bytes) else str(word).encode()).hex() or "-"
+
+
+class Driver:
+    def __init__(self, test, environment=None):
+        user = pwd.getpwnam(USER)
+        self.process = subprocess.Popen(
+            [DRIVER], stdin=subprocess.PIPE, stdout=subprocess.PIPE, bufsize=0, cwd="/",
+            env={"PATH": "/usr/bin:/bin", "HOME": user.pw_dir} | (environment or {}),
+            user=user.pw_uid, group=user.pw_gid, extra_groups=[])
+        test.addCleanup(self.end)
+        self._answers = b""
+
+    @property
+    def folder(self):
+        return pathlib.Path(f"/proc/{self.process.pid}")
+
+    def end(self):
+        self.process.stdin.close()
+        self.process.stdout.close()
+        self.process.kill()
+        self.process.wait()
+
+    def send(self, *words, followed_by=b""):
+        self.process.stdin.write(" ".join(map(hexadecimal, words)).encode() + b"\n" + followed_by)
+
+    def answer(self, limit=90):
+        while b"\n" not in self._answers:
+            if not select.select([self.process.stdout], [], [], limit)[0]:
+                raise AssertionError("no answer")
+            chunk = self.process.stdout.read(4096)
+            if not chunk:
+                raise AssertionError(f"the driver has ended: {self.process.wait()}")
+            self._answers += chunk
+        line, _, self._answers = self._answers.partition(b"\n")
+        return int(line)
+
+    def answers_now(self):
+        return bool(self._answers or select.select([self.process.stdout], [], [], 0)[0])
+
+    def ask(self, *words, **options):
+        self.send(*words, **options)
+        return self.answer()
+
+    def rights_with_password(self, user=private_system.ADMINISTRATOR, password=private_system.PASSWORD):
+        return self.ask("rights", user, len(password), followed_by=password.encode())
+
+    def run(self, *words, until="end", asking="no"):
+        return self.ask("run", until, asking, *words)
+
+    def children(self):
+        """Of all its threads; those that have ended and wait to be collected included."""
+        children = []
+        for task in (self.folder / "task").iterdir():
+            try:
+                children += (task / "children").read_text().split()
+            except FileNotFoundError:
+                pass  # a thread that has ended
+        return children
+
+    def descriptors(self):
+        return sorted(path.name for path in (self.folder / "fd").iterdir())
+
+    def memory_holds(self, text):
+        with open(self.folder / "maps") as maps, open(self.folder / "mem", "rb", buffering=0) as memory:
+            for line in maps:
+                span, rights = line.split()[:2]
+                if not rights.startswith("r") or line.rstrip().endswith(("[vvar]", "[vsyscall]", "[vvar_vclock]")):
+                    continue
+                start, end = (int(number, 16) for number in span.split("-"))
+                memory.seek(start)
+                if text in memory.read(end - start):
+                    return True
+        return False

@@ -6,6 +6,8 @@
 #include "ConsoleLog.h"
 #include "DistributedNotifications.h"
 #include "FileManager.h"
+#include "KeyTranslation.h"
+#include "LocalizedStrings.h"
 #include "MainThread.h"
 #include "NotificationCenter.h"
 #include "UserDefaults.h"
@@ -30,6 +32,8 @@ struct Platform {
     std::shared_ptr<AlertPanels> alertPanels = nullptr;
     std::shared_ptr<Authorization> authorization = nullptr;
     std::shared_ptr<DistributedNotifications> distributedNotifications = nullptr;
+    std::shared_ptr<KeyTranslation> keyTranslation = nullptr;
+    std::shared_ptr<LocalizedStrings> localizedStrings = nullptr;
 };
 
 // The services in use. They are never destroyed at exit, so that a thread that outlives the main loop

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string_view>
 #include <xkbcommon/xkbcommon-keysyms.h>
+#include <xkbcommon/xkbcommon.h>
 
 namespace platform {
 
@@ -121,6 +122,16 @@ TranslatedKey failure(int status) {
 }
 
 } // namespace
+
+void KeymapDeleter::operator()(xkb_context* context) const {
+    xkb_context_unref(context);
+}
+void KeymapDeleter::operator()(xkb_keymap* keymap) const {
+    xkb_keymap_unref(keymap);
+}
+void KeymapDeleter::operator()(xkb_state* state) const {
+    xkb_state_unref(state);
+}
 
 KeyboardContext newKeyboardContext() {
     return KeyboardContext(xkb_context_new(XKB_CONTEXT_NO_FLAGS));

@@ -6,14 +6,19 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <xkbcommon/xkbcommon.h>
+#include <utility>
+
+// The library's own types.
+struct xkb_context;
+struct xkb_keymap;
+struct xkb_state;
 
 namespace platform {
 
 struct KeymapDeleter {
-    void operator()(xkb_context* context) const { xkb_context_unref(context); }
-    void operator()(xkb_keymap* keymap) const { xkb_keymap_unref(keymap); }
-    void operator()(xkb_state* state) const { xkb_state_unref(state); }
+    void operator()(xkb_context* context) const;
+    void operator()(xkb_keymap* keymap) const;
+    void operator()(xkb_state* state) const;
 };
 using KeyboardContext = std::unique_ptr<xkb_context, KeymapDeleter>;
 using Keymap = std::unique_ptr<xkb_keymap, KeymapDeleter>;
@@ -23,7 +28,7 @@ using KeyboardState = std::unique_ptr<xkb_state, KeymapDeleter>;
 KeyboardContext newKeyboardContext();
 
 // A key of the keymap, pressed in one of its layouts.
-TranslatedKey translateKey(xkb_keymap& keymap, xkb_layout_index_t layout, std::uint16_t keyCode,
+TranslatedKey translateKey(xkb_keymap& keymap, std::uint32_t layout, std::uint16_t keyCode,
                            std::uint32_t modifierState);
 
 // A keymap that stays as it was given.

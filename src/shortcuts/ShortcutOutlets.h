@@ -9,8 +9,6 @@
 #include <string>
 #include <string_view>
 
-class QWidget;
-
 // What the shortcut controller needs of its interface, piece by piece. Everything here is called on the main
 // thread.
 namespace outlet {
@@ -34,15 +32,18 @@ public:
 
     // Ends the edit that a cell of this column is in; nothing happens when none is.
     virtual void endEditing(std::string_view column, FieldEditor& editor) = 0;
-
-    // Whether the column's cells show a branch arrow.
-    virtual void setLeaf(std::string_view column, bool isLeaf) = 0;
 };
 
 class Notice {
 public:
     virtual ~Notice() = default;
     virtual void setHidden(bool isHidden) = 0;
+};
+
+// The interface file's top view.
+class View {
+public:
+    virtual ~View() = default;
 };
 
 // A cell about to be displayed.
@@ -59,7 +60,7 @@ public:
 struct ShortcutOutlets {
     std::shared_ptr<outlet::ShortcutTable> shortcutKeyTableView = nullptr;
     std::shared_ptr<outlet::Notice> versionAlertText = nullptr;
-    QWidget* parentView = nullptr; // the file's top view; handed on and not looked at
+    std::shared_ptr<outlet::View> parentView = nullptr;
     std::function<std::shared_ptr<outlet::FieldEditor>()> makeFieldEditor = nullptr;
 
     // Does the work on another thread, and returns when it is done or the program ends. Meanwhile the main

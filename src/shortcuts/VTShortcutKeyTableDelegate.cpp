@@ -49,9 +49,6 @@ void VTShortcutKeyTableDelegate::awakeFromNib() {
         kKeyChanged, [this](const platform::Notification& notification) { keyChanged(notification); }));
     observations_.push_back(
         center.addObserver(kKeyCleared, [this](const platform::Notification&) { keyCleared(); }));
-    if (outlets_.shortcutKeyTableView) {
-        outlets_.shortcutKeyTableView->setLeaf(kDescriptionColumn, true);
-    }
     populateKeyData();
 }
 

@@ -47,10 +47,11 @@ public:
     // The bundle that holds the commands and gives its identifier to their entries: the main one unless
     // another is set before the interface is loaded.
     void setBundle(platform::Bundle bundle) { bundle_ = std::move(bundle); }
+    const std::optional<platform::Bundle>& bundle() const { return bundle_; }
 
     // To be followed by awakeFromNib() at each load of the interface file.
     void setOutlets(ShortcutOutlets outlets) { outlets_ = std::move(outlets); }
-    QWidget* parentView() const { return outlets_.parentView; }
+    const std::shared_ptr<outlet::View>& parentView() const { return outlets_.parentView; }
 
     // Makes a field editor in place of the one before, and subscribes to the two events once more.
     void awakeFromNib();

@@ -70,7 +70,7 @@ class PanelTest(DesktopTest):
                          ["Launcher", "View", "Manuals", "Help"])
         self.assertEqual(launcher.menu_items("Launcher"),
                          [("About Launcher", False), ("Check for Updates…", False),
-                          ("Quit After Launching", False),
+                          ("Keyboard Shortcuts…", False), ("Quit After Launching", False),
                           ("Show Again When a Tool Quits", True), ("Quit", False)])
         self.assertEqual(launcher.menu_items("View"),
                          [("Sort by Name", True), ("Sort by Group", False), ("Show Group Names", False),
@@ -110,14 +110,14 @@ class PanelTest(DesktopTest):
         launcher.choose("Launcher", "Quit After Launching")
         launcher.choose("Launcher", "Show Again When a Tool Quits")
         changed = [("Quit After Launching", True), ("Show Again When a Tool Quits", False)]
-        wait_until(lambda: launcher.menu_items("Launcher")[1:3] == changed, "the changed check marks")
+        wait_until(lambda: launcher.menu_items("Launcher")[3:5] == changed, "the changed check marks")
         launcher.press("ctrl+q")
         self.assertEqual(launcher.wait_for_exit(), 0)
         self.assertEqual(self.preferences(launcher)["quitAfterLaunching"], 1)
         self.assertEqual(self.preferences(launcher)["unhideOnLaunchedAppExit"], 0)
 
         again = self.open_panel(home=launcher.home)
-        self.assertEqual(again.menu_items("Launcher")[1:3], changed)
+        self.assertEqual(again.menu_items("Launcher")[3:5], changed)
 
     def test_sorts_by_group_and_by_name_again(self):
         launcher = self.open_panel()

@@ -13,11 +13,13 @@
 #include "MainPanel.h"
 #include "PanelAlerts.h"
 #include "QtApplication.h"
+#include "QtLocalizedStrings.h"
 #include "QtMainThread.h"
 #include "TerminationSignals.h"
 #include "VTBlackScroller.h"
 #include "VTLocalPaths.h"
 #include "linux/FontConfiguration.h"
+#include "linux/LinuxKeyTranslation.h"
 #include "linux/LinuxUserDefaults.h"
 #include "linux/SingleInstance.h"
 
@@ -158,6 +160,11 @@ int openPanel(int argc, char** argv) {
     services.application = std::make_shared<platform::QtApplication>(
         [&instance] { return instance.isReachable(); },
         [workspace](bool hidden) { workspace->setWatchesOthers(hidden); });
+    services.keyTranslation = std::make_shared<platform::LinuxKeyTranslation>();
+    services.localizedStrings = std::make_shared<platform::QtLocalizedStrings>();
+    if (const auto bundle = platform::Bundle::main()) {
+        platform::installTranslations(bundle->resourcePath() + "/translations");
+    }
     auto alertPanels = std::make_shared<PanelAlerts>();
     services.alertPanels = alertPanels;
     services.userDefaults = std::make_shared<platform::LinuxUserDefaults>(

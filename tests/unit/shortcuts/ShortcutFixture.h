@@ -24,7 +24,6 @@ struct FakeShortcutTable : outlet::ShortcutTable {
     std::int64_t row = -1;
     bool isEnabled = true;
     int reloads = 0;
-    std::vector<std::string> leaves;
     std::vector<std::pair<std::string, outlet::FieldEditor*>> endedEdits;
     std::function<void()> onReload = nullptr;
 
@@ -38,11 +37,6 @@ struct FakeShortcutTable : outlet::ShortcutTable {
     void setEnabled(bool enabled) override { isEnabled = enabled; }
     void endEditing(std::string_view column, outlet::FieldEditor& editor) override {
         endedEdits.emplace_back(column, &editor);
-    }
-    void setLeaf(std::string_view column, bool isLeaf) override {
-        if (isLeaf) {
-            leaves.emplace_back(column);
-        }
     }
 };
 

@@ -14,6 +14,7 @@
 #include "VTShortcutKeyTextCell.h"
 
 #include <QFile>
+#include <QHeaderView>
 #include <QUiLoader>
 
 namespace {

@@ -4,9 +4,13 @@
 #include "FieldEditorWindow.h"
 #include "VTShortcutKeyTableDelegate.h"
 
+#include <QAbstractItemView>
 #include <QEvent>
 
 namespace {
+
+constexpr int kInset = 2;
+constexpr int kEndInset = 8;
 
 bool isShared(const QWidget* editor) {
     return qobject_cast<const VTShortcutKeyFieldEditor*>(editor) != nullptr;
@@ -26,7 +30,8 @@ QWidget* VTShortcutKeyTextCell::createEditor(QWidget* parent, const QStyleOption
     if (!outlet || !outlet->widget()) {
         return ShortcutTextCell::createEditor(parent, option, index);
     }
-    outlet->widget()->setParent(parent);
+    // A table's own children are not in the accessibility tree.
+    outlet->widget()->setParent(parent->window());
     return outlet->widget();
 }
 
@@ -49,8 +54,15 @@ void VTShortcutKeyTextCell::setEditorData(QWidget* editor, const QModelIndex& in
 void VTShortcutKeyTextCell::setModelData(QWidget*, QAbstractItemModel*, const QModelIndex&) const {}
 
 void VTShortcutKeyTextCell::updateEditorGeometry(QWidget* editor, const QStyleOptionViewItem& option,
-                                                 const QModelIndex&) const {
-    editor->setGeometry(option.rect.adjusted(0, 2, -8, -2));
+                                                 const QModelIndex& index) const {
+    const auto* view = qobject_cast<const QAbstractItemView*>(option.widget);
+    if (!view || !isShared(editor)) {
+        ShortcutTextCell::updateEditorGeometry(editor, option, index);
+        return;
+    }
+    const QRect room = option.rect.adjusted(0, kInset, -kEndInset, -kInset);
+    editor->setGeometry({view->viewport()->mapTo(editor->parentWidget(), room.topLeft()), room.size()});
+    editor->raise();
 }
 
 // The base class would take Tab, Return and Escape for itself.

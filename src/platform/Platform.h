@@ -7,6 +7,8 @@
 #include "ConsoleLog.h"
 #include "DistributedNotifications.h"
 #include "FileManager.h"
+#include "KeyTranslation.h"
+#include "LocalizedStrings.h"
 #include "MainThread.h"
 #include "MessagePorts.h"
 #include "NotificationCenter.h"
@@ -34,6 +36,8 @@ struct Platform {
     std::shared_ptr<Authorization> authorization = nullptr;
     std::shared_ptr<DistributedNotifications> distributedNotifications = nullptr;
     std::shared_ptr<MessagePorts> messagePorts = nullptr;
+    std::shared_ptr<KeyTranslation> keyTranslation = nullptr;
+    std::shared_ptr<LocalizedStrings> localizedStrings = nullptr;
 };
 
 // The services in use. They are never destroyed at exit, so that a thread that outlives the main loop

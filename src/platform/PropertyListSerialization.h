@@ -17,7 +17,7 @@ constexpr std::size_t kPropertyListMaximumBytes = std::size_t{4} << 20;
 constexpr std::size_t kPropertyListMaximumNodes = 200'000;
 constexpr std::size_t kPropertyListMaximumDepth = 512;
 
-// What is written at most, keys counted: values chosen for it make writing slow.
+// What is written at most in binary form, keys counted: values chosen for it make writing slow.
 constexpr std::size_t kPropertyListMaximumWrittenNodes = 10'000;
 
 // Reads an XML or binary property list. Absent when the bytes are no property list, are damaged (a
@@ -30,7 +30,7 @@ std::optional<PropertyList> parsePropertyList(std::string_view bytes);
 // limits above, so that nothing is written that could not be read back, and for what the format cannot
 // tell: text that is not UTF-8 or has a zero byte, object references beyond 2^32-1, dates that are no
 // number, and in XML control characters and dates outside the years 1000 to 9999. XML keeps dates to the
-// second and takes -0.0 for 0.0; binary keeps both.
+// second; binary keeps their fractions.
 std::string serializePropertyList(const PropertyList& list, PropertyListFormat format);
 
 // The dictionary in the file at `path`. Absent when the file is missing, unreadable, no regular file,

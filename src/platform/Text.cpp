@@ -153,6 +153,10 @@ std::string lowercase(std::string_view text) {
     return isAscii(text) ? asciiLowercase(text) : mapCase(text, ucasemap_utf8ToLower);
 }
 
+std::string uppercase(std::string_view text) {
+    return mapCase(text, ucasemap_utf8ToUpper);
+}
+
 std::string caseInsensitiveKey(std::string_view text) {
     if (isAscii(text)) {
         return asciiLowercase(text);

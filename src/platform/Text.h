@@ -18,8 +18,9 @@ std::size_t lengthOfFirstCharacter(std::string_view text);
 // Bytes of the character at the end, or of what counts as one there; 0 only when the text is empty.
 std::size_t lengthOfLastCharacter(std::string_view text);
 
-// Full Unicode lower case.
+// Full Unicode lower case, and upper case: "ß" becomes "SS".
 std::string lowercase(std::string_view text);
+std::string uppercase(std::string_view text);
 
 // The same key for two texts exactly when they are canonical caseless matches (Unicode, D145). Keys
 // compare byte by byte, which is code-point order of the folded texts. A replacement character stands for

@@ -70,7 +70,7 @@ class PanelTest(DesktopTest):
                          ["Launcher", "View", "Manuals", "Help"])
         self.assertEqual(launcher.menu_items("Launcher"),
                          [("About Launcher", False), ("Check for Updates…", False),
-                          ("Quit After Launching", False),
+                          ("Keyboard Shortcuts…", False), ("Quit After Launching", False),
                           ("Show Again When a Tool Quits", True), ("Quit", False)])
         self.assertEqual(launcher.menu_items("View"),
                          [("Sort by Name", True), ("Sort by Group", False), ("Show Group Names", False),

@@ -15,6 +15,7 @@
 #include "PanelSheets.h"
 #include "PatientWait.h"
 #include "QtApplication.h"
+#include "QtLocalizedStrings.h"
 #include "QtMainThread.h"
 #include "TerminationSignals.h"
 #include "VTBlackScroller.h"
@@ -22,6 +23,7 @@
 #include "linux/BusMessagePorts.h"
 #include "linux/BusNotifications.h"
 #include "linux/FontConfiguration.h"
+#include "linux/LinuxKeyTranslation.h"
 #include "linux/LinuxUserDefaults.h"
 #include "linux/PolkitAuthorization.h"
 #include "linux/SingleInstance.h"
@@ -164,6 +166,11 @@ int openPanel(int argc, char** argv) {
     services.application = std::make_shared<platform::QtApplication>(
         [&instance] { return instance.isReachable(); },
         [workspace](bool hidden) { workspace->setWatchesOthers(hidden); });
+    services.keyTranslation = std::make_shared<platform::LinuxKeyTranslation>();
+    services.localizedStrings = std::make_shared<platform::QtLocalizedStrings>();
+    if (const auto bundle = platform::Bundle::main()) {
+        platform::installTranslations(bundle->resourcePath() + "/translations");
+    }
     auto alertPanels = std::make_shared<PanelAlerts>();
     services.alertPanels = alertPanels;
     auto alertSheets = std::make_shared<PanelSheets>();

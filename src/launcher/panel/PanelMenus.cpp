@@ -2,6 +2,7 @@
 
 #include "DarkAlert.h"
 #include "Platform.h"
+#include "ShortcutWindow.h"
 #include "VTSoftwareUpdate.h"
 #include "ui_MainPanel.h"
 
@@ -21,6 +22,7 @@ PanelMenus::PanelMenus(QMainWindow& panel, Ui::MainPanel& interface, AppControll
     };
     connectAction(interface.aboutLauncher, [this] { showAboutLauncher(); });
     connectAction(interface.checkForUpdates, [&softwareUpdate] { softwareUpdate.manualUpdateCheck(); });
+    connectAction(interface.keyboardShortcuts, [this] { showShortcuts(); });
     bindToDefault(interface.quitAfterLaunching, "quitAfterLaunching");
     bindToDefault(interface.unhideOnLaunchedAppExit, "unhideOnLaunchedAppExit");
     connectAction(interface.quit, [] { platform::current().application->terminate(); });
@@ -55,6 +57,14 @@ void PanelMenus::bindToDefault(QAction* action, const char* key) {
     QObject::connect(action, &QAction::triggered, &panel_, [key](bool checked) {
         platform::current().userDefaults->setObject(checked ? 1 : 0, key);
     });
+}
+
+// Made when it is asked for the first time: the panel appears sooner.
+void PanelMenus::showShortcuts() {
+    if (!shortcuts_) {
+        shortcuts_ = new ShortcutWindow(&panel_);
+    }
+    shortcuts_->present();
 }
 
 void PanelMenus::showAboutLauncher() {

@@ -9,6 +9,7 @@ namespace Ui { // NOLINT(readability-identifier-naming): as Qt names it
 class MainPanel;
 }
 class QMainWindow;
+class ShortcutWindow;
 class VTSoftwareUpdate;
 
 // The panel's menus: connects the actions of its interface file with the controller, the preferences and the
@@ -30,6 +31,7 @@ public:
 private:
     // A check mark that stands for 1 in the preferences.
     void bindToDefault(QAction* action, const char* key);
+    void showShortcuts();
     void showAboutLauncher();
 
     QMainWindow& panel_;
@@ -39,4 +41,5 @@ private:
     ActionMenu sortMenu_;
     ActionMenu userManualMenu_;
     QMenu toolMenu_;
+    ShortcutWindow* shortcuts_ = nullptr; // the panel's
 };

@@ -4,7 +4,6 @@
 #include "Text.h"
 
 #include <bit>
-#include <chrono>
 #include <clocale>
 #include <cmath>
 #include <cstdint>
@@ -119,12 +118,6 @@ PropertyList withObjectReference(PropertyList::Dictionary dictionary) {
 
 // --- Writing
 
-constexpr double secondsOfYear(int number) {
-    using namespace std::chrono;
-    constexpr sys_days kReferenceDay{January / 1 / 2001};
-    return static_cast<double>(seconds(sys_days(year(number) / January / 1) - kReferenceDay).count());
-}
-
 PlistNode plistFromDate(PropertyList::Date date) {
     auto bits = std::bit_cast<std::uint64_t>(date.secondsSinceReferenceDate);
     std::string file = "bplist00";
@@ -143,8 +136,6 @@ PlistNode plistFromDate(PropertyList::Date date) {
 
 class Builder {
 public:
-    explicit Builder(PropertyListFormat format) : format_(format) {}
-
     PlistNode build(const PropertyList& list, std::size_t depth) {
         if (depth > kPropertyListMaximumDepth) {
             fail("The property list is nested too deeply");
@@ -167,15 +158,8 @@ private:
     PlistNode node(double value, std::size_t) { return PlistNode(plist_new_real(value)); }
     PlistNode node(const std::string& value, std::size_t) { return PlistNode(plist_new_string(text(value))); }
     PlistNode node(PropertyList::Date value, std::size_t) {
-        auto& seconds = value.secondsSinceReferenceDate;
-        if (!std::isfinite(seconds)) {
+        if (!std::isfinite(value.secondsSinceReferenceDate)) {
             fail("The date is no finite number");
-        }
-        if (format_ == PropertyListFormat::Xml) {
-            seconds = std::floor(seconds); // libplist would go towards 2001
-            if (seconds < secondsOfYear(1000) || seconds >= secondsOfYear(10000)) {
-                fail("The year of a date has not four digits");
-            }
         }
         return plistFromDate(value);
     }
@@ -231,7 +215,6 @@ private:
         return text.c_str();
     }
 
-    PropertyListFormat format_;
     std::size_t nodes_ = 0; // keys counted
     std::size_t bytes_ = 0; // of texts and data
 };
@@ -293,8 +276,8 @@ PropertyList listFromPlist(plist_t node, PropertyListFormat format) {
     }
 }
 
-PlistNode plistFromList(const PropertyList& list, PropertyListFormat format) {
-    return Builder(format).build(list, 1);
+PlistNode plistFromList(const PropertyList& list) {
+    return Builder().build(list, 1);
 }
 
 } // namespace platform

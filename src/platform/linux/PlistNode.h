@@ -25,8 +25,8 @@ std::string bytesFromPlist(plist_t node, PropertyListFormat format);
 // What `plistFromBytes` read in `format`.
 PropertyList listFromPlist(plist_t node, PropertyListFormat format);
 
-// For writing in `format`. Throws `Exception` ("NSInvalidArgumentException") for what libplist would not
+// For writing in binary form. Throws `Exception` ("NSInvalidArgumentException") for what libplist would not
 // write as it is, or not in bounded time.
-PlistNode plistFromList(const PropertyList& list, PropertyListFormat format);
+PlistNode plistFromList(const PropertyList& list);
 
 } // namespace platform

@@ -5,6 +5,7 @@
 #include "PlainXmlPropertyList.h"
 #include "Platform.h"
 #include "PlistNode.h"
+#include "XmlPropertyListWriter.h"
 
 namespace platform {
 
@@ -36,7 +37,8 @@ std::optional<PropertyList> parsePropertyList(std::string_view bytes) {
 }
 
 std::string serializePropertyList(const PropertyList& list, PropertyListFormat format) {
-    auto bytes = bytesFromPlist(plistFromList(list, format).get(), format);
+    auto bytes = format == PropertyListFormat::Xml ? xmlFromList(list)
+                                                   : bytesFromPlist(plistFromList(list).get(), format);
     bool hasReturn = format == PropertyListFormat::Xml && bytes.find('\r') != bytes.npos; // XML drops it
     if (hasReturn || !checked(bytes)) {
         throw Exception("NSInvalidArgumentException",

@@ -252,12 +252,15 @@ TEST(PropertyListSerialization, WhatXmlSpellsDeeperIsStillReadBack) {
 
 TEST(PropertyListSerialization, WhatIsTooLargeIsRefused) {
     expectRoundTrip(repeated("x", kPropertyListMaximumWrittenNodes - 1));
-    expectRefusal(repeated("x", kPropertyListMaximumWrittenNodes));
+    expectRefusal(repeated("x", kPropertyListMaximumWrittenNodes), PropertyListFormat::Binary);
+    const PropertyList most = repeated(true, kPropertyListMaximumNodes - 1);
+    EXPECT_EQ(parsePropertyList(serializePropertyList(most, PropertyListFormat::Xml)), most);
+    expectRefusal(repeated(true, kPropertyListMaximumNodes), PropertyListFormat::Xml);
     PropertyList::Dictionary dictionary; // counts itself and, for each entry, key and value
     for (std::size_t i = 0; i < kPropertyListMaximumWrittenNodes / 2; ++i) {
         dictionary.emplace(std::to_string(i), true);
     }
-    expectRefusal(dictionary);
+    expectRefusal(dictionary, PropertyListFormat::Binary);
     dictionary.erase("0");
     expectRoundTrip(dictionary);
     expectRefusal(std::string(kPropertyListMaximumBytes + 1, 'x'));

@@ -61,6 +61,7 @@ TEST(Text, LowercaseIsThatOfUnicodeInNoLanguage) {
     EXPECT_EQ(lowercase("\u0130"), "i\u0307");
     EXPECT_EQ(lowercase("\u1E9E"), "ß");
     EXPECT_EQ(lowercase("ß"), "ß");
+    EXPECT_EQ(platform::uppercase("kéß\uFB01ж\xFF"), "KÉSSFIЖ\xFF");
 }
 
 TEST(Text, BytesThatAreNotUtf8AreKeptByMappingsAndReplacedInKeys) {

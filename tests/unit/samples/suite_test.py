@@ -6,6 +6,7 @@ bundles on disk and against the listing order, without the program that it is la
 
 import argparse
 import json
+import os
 import pathlib
 import plistlib
 import subprocess
@@ -133,7 +134,13 @@ class SuiteTest(unittest.TestCase):
         for manual in library.rglob("*.[pP][dD][fF]"):
             self.assertTrue(manual.read_bytes().startswith(b"%PDF-"))
         manager = library / "Application Support/Vantorel/Shared Resources/VTShortcutKeyManager"
-        self.assertEqual(subprocess.run([manager, "-setup"], check=False).returncode, 0)
+        with tempfile.TemporaryDirectory() as home:
+            environment = {**os.environ, "HOME": home}
+            self.assertEqual(subprocess.run([manager, "-setup"], check=False, env=environment).returncode, 0)
+            noted = pathlib.Path(home, "Library/Logs/VTShortcutKeyManager.log").read_text(encoding="utf-8")
+            self.assertEqual(json.loads(noted), {"arguments": ["-setup"], "watchlist": None})
+            self.assertEqual(subprocess.run([manager], check=False, env=environment,
+                                            stderr=subprocess.DEVNULL).returncode, 2)
 
     def test_assembling_again_changes_nothing(self):
         before = snapshot(self.root)

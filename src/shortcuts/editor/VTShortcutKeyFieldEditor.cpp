@@ -1,0 +1,106 @@
+#include "VTShortcutKeyFieldEditor.h"
+
+#include "DarkPalette.h"
+#include "InterfaceFont.h"
+#include "Platform.h"
+#include "VTShortcutKeyTableDelegate.h"
+
+#include <QKeyEvent>
+#include <QPaintEvent>
+#include <QPainter>
+#include <algorithm>
+#include <array>
+
+namespace {
+
+// Held to go with a key, and no key themselves.
+bool isModifierKey(int key) {
+    constexpr std::array<int, 12> kModifiers{Qt::Key_Shift,    Qt::Key_Control, Qt::Key_Meta,
+                                             Qt::Key_Alt,      Qt::Key_AltGr,   Qt::Key_Super_L,
+                                             Qt::Key_Super_R,  Qt::Key_Hyper_L, Qt::Key_Hyper_R,
+                                             Qt::Key_CapsLock, Qt::Key_NumLock, Qt::Key_Mode_switch};
+    return std::ranges::find(kModifiers, key) != kModifiers.end();
+}
+
+} // namespace
+
+VTShortcutKeyFieldEditor::VTShortcutKeyFieldEditor(QWidget* parent) : QLineEdit(parent) {
+    hide();
+    setReadOnly(true);
+    setContextMenuPolicy(Qt::NoContextMenu);
+    // Dead keys are keys here, and nothing is composed.
+    setAttribute(Qt::WA_InputMethodEnabled, false);
+    setFrame(false);
+    setPlaceholderText(tr("press a key…"));
+    setAccessibleName(tr("Shortcut"));
+    setAccessibleDescription(placeholderText());
+}
+
+bool VTShortcutKeyFieldEditor::event(QEvent* event) {
+    switch (event->type()) {
+    case QEvent::ShortcutOverride: // or else menus would take their keys
+        event->accept();
+        return true;
+    case QEvent::KeyPress: // before Tab moves the focus
+        event->accept();
+        keyDown(static_cast<const QKeyEvent&>(*event));
+        return true;
+    case QEvent::KeyRelease:
+        event->accept();
+        return true;
+    default:
+        return QLineEdit::event(event);
+    }
+}
+
+void VTShortcutKeyFieldEditor::keyDown(const QKeyEvent& event) {
+    // The key that began the edit may still be held.
+    if (isModifierKey(event.key()) || event.isAutoRepeat()) {
+        return;
+    }
+    const auto modifiers = event.modifiers();
+    bool shift = modifiers.testFlag(Qt::ShiftModifier);
+    const bool ctrl = modifiers.testFlag(Qt::ControlModifier);
+    const bool opt = modifiers.testFlag(Qt::AltModifier);
+    bool cmd = modifiers.testFlag(Qt::MetaModifier);
+    if (!shift && !ctrl && !opt && !cmd) {
+        shift = true;
+        cmd = true;
+    }
+    // Nobody else should be without a keyboard for as long as the manager takes.
+    releaseKeyboard();
+    setPlaceholderText({});
+    const auto keycode = static_cast<std::uint16_t>(event.nativeScanCode());
+    platform::current().notificationCenter->post(
+        {.name = VTShortcutKeyTableDelegate::kKeyChanged,
+         .userInfo = {{"keycode", static_cast<std::int64_t>(keycode)},
+                      {"shift", shift},
+                      {"ctrl", ctrl},
+                      {"opt", opt},
+                      {"cmd", cmd}}});
+}
+
+void VTShortcutKeyFieldEditor::showEvent(QShowEvent* event) {
+    QLineEdit::showEvent(event);
+    setPlaceholderText(tr("press a key…"));
+    grabKeyboard();
+}
+
+void VTShortcutKeyFieldEditor::hideEvent(QHideEvent* event) {
+    releaseKeyboard();
+    QLineEdit::hideEvent(event);
+}
+
+void VTShortcutKeyFieldEditor::paintEvent(QPaintEvent*) {
+    const double inset = 0.75;
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(DarkPalette::focusColor(), 1.5));
+    painter.setBrush(QColor(0x14, 0x15, 0x17));
+    painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), 4, 4);
+    painter.setPen(DarkPalette::secondaryTextColor());
+    painter.setFont(InterfaceFont::regular());
+    const int margin = qRound(InterfaceFont::pixels(8));
+    painter.drawText(rect().adjusted(margin, 0, -margin, 0), Qt::AlignVCenter | Qt::AlignLeft,
+                     placeholderText());
+}

@@ -12,6 +12,7 @@
 //   broadcast(key)                a round key for each block
 //   add(vector, key)              exclusive or
 //   encrypt, encryptLast, decrypt, decryptLast (vector, key)    a round, with its key at the end
+//   kHasManyRegisters             for all round keys beside the vectors in flight
 //
 // Everything here is local to the source file that includes it, and nothing of the standard library is used:
 // a function with external linkage, compiled for instructions that not every processor has, could be what the
@@ -22,14 +23,16 @@ constexpr std::size_t kInFlight = 8; // vectors, so that no round waits for the 
 constexpr std::size_t kAhead = 256;  // bytes
 constexpr int kMostRounds = 14;
 
-template <typename Lanes>
+// In the order in which they are used. Wiped at the end.
+template <typename Lanes, bool IsDecryption>
 struct RoundKeys {
     typename Lanes::Vector rounds[kMostRounds + 1];
 
     RoundKeys(const std::uint32_t* words, int count) {
         const __m128i bytes = _mm_set_epi8(12, 13, 14, 15, 8, 9, 10, 11, 4, 5, 6, 7, 0, 1, 2, 3);
         for (int round = 0; round <= count; ++round) {
-            const __m128i key = _mm_loadu_si128(reinterpret_cast<const __m128i*>(words + 4 * round));
+            const std::uint32_t* from = words + 4 * (IsDecryption ? count - round : round);
+            const __m128i key = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
             rounds[round] = Lanes::broadcast(_mm_shuffle_epi8(key, bytes));
         }
     }
@@ -38,35 +41,30 @@ struct RoundKeys {
     RoundKeys& operator=(const RoundKeys&) = delete;
 };
 
-// The state of `Count` vectors through all rounds. The keys are in the order in which they are used.
 template <typename Lanes, bool IsDecryption, std::size_t Count>
-void runRounds(typename Lanes::Vector (&vectors)[Count], const RoundKeys<Lanes>& keys, int rounds) {
-    auto key = [&](int round) { return keys.rounds[IsDecryption ? rounds - round : round]; };
-    for (auto& vector : vectors) {
-        vector = Lanes::add(vector, key(0));
+void runVectors(const RoundKeys<Lanes, IsDecryption>& keys, int rounds, const std::uint8_t* input,
+                std::uint8_t* output) {
+    using Vector = typename Lanes::Vector;
+    if (!Lanes::kHasManyRegisters) {
+        // Round keys are to be read anew: else the compiler keeps copies of some on the stack, where nobody
+        // wipes them.
+        __asm__ volatile("" : : : "memory");
+    }
+    Vector vectors[Count];
+    for (std::size_t index = 0; index < Count; ++index) {
+        vectors[index] = Lanes::add(Lanes::load(input + index * sizeof(Vector)), keys.rounds[0]);
     }
     for (int round = 1; round < rounds; ++round) {
-        for (auto& vector : vectors) {
-            vector = IsDecryption ? Lanes::decrypt(vector, key(round)) : Lanes::encrypt(vector, key(round));
+        const Vector key = keys.rounds[round];
+        for (Vector& vector : vectors) {
+            vector = IsDecryption ? Lanes::decrypt(vector, key) : Lanes::encrypt(vector, key);
         }
     }
-    for (auto& vector : vectors) {
-        vector =
-            IsDecryption ? Lanes::decryptLast(vector, key(rounds)) : Lanes::encryptLast(vector, key(rounds));
-    }
-}
-
-template <typename Lanes, bool IsDecryption, std::size_t Count>
-void runVectors(const RoundKeys<Lanes>& keys, int rounds, const std::uint8_t* input, std::uint8_t* output) {
-    typename Lanes::Vector vectors[Count];
+    const Vector last = keys.rounds[rounds];
     for (std::size_t index = 0; index < Count; ++index) {
-        vectors[index] = Lanes::load(input + index * sizeof(typename Lanes::Vector));
-    }
-    // Round keys are to be read anew: else the compiler keeps copies on the stack, which nobody wipes.
-    __asm__ volatile("" : : : "memory");
-    runRounds<Lanes, IsDecryption>(vectors, keys, rounds);
-    for (std::size_t index = 0; index < Count; ++index) {
-        Lanes::store(output + index * sizeof(typename Lanes::Vector), vectors[index]);
+        Lanes::store(output + index * sizeof(Vector), IsDecryption
+                                                          ? Lanes::decryptLast(vectors[index], last)
+                                                          : Lanes::encryptLast(vectors[index], last));
     }
 }
 
@@ -75,7 +73,7 @@ void runBlocks(const std::uint32_t* roundKeys, int rounds, const std::uint8_t* i
                std::size_t blocks) {
     constexpr std::size_t kVector = sizeof(typename Lanes::Vector);
     constexpr std::size_t kBatch = kInFlight * kVector;
-    const RoundKeys<Lanes> keys(roundKeys, rounds);
+    const RoundKeys<Lanes, IsDecryption> keys(roundKeys, rounds);
     std::size_t bytes = blocks * kAesBlockSize;
     for (; bytes >= kBatch; bytes -= kBatch) {
         // What the processor fetches by itself is late where a page of memory ends.

@@ -7,6 +7,7 @@ namespace {
 
 struct Lanes {
     using Vector = __m128i;
+    static constexpr bool kHasManyRegisters = false;
 
     static Vector load(const std::uint8_t* from) {
         return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));

@@ -7,6 +7,7 @@ namespace {
 
 struct Lanes {
     using Vector = __m256i;
+    static constexpr bool kHasManyRegisters = false;
 
     static Vector load(const std::uint8_t* from) {
         return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));

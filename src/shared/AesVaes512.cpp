@@ -7,6 +7,7 @@ namespace {
 
 struct Lanes {
     using Vector = __m512i;
+    static constexpr bool kHasManyRegisters = true;
 
     static Vector load(const std::uint8_t* from) { return _mm512_loadu_si512(from); }
     static void store(std::uint8_t* to, Vector vector) { _mm512_storeu_si512(to, vector); }

@@ -34,25 +34,17 @@ struct Schedule {
 // `filling`.
 std::string transformed(std::string_view data, const Schedule& schedule,
                         decltype(rijndaelEncryptBlocks) transform, Block filling) {
-    // Passed on piece by piece through the stack, since making room in a string fills it first.
-    char piece[1024 * kAesBlockSize];
-    auto run = [&](const char* input, std::size_t size) {
+    auto run = [&](const char* input, char* output, std::size_t blocks) {
         transform(schedule.roundKeys, schedule.rounds, reinterpret_cast<const std::uint8_t*>(input),
-                  reinterpret_cast<std::uint8_t*>(piece), size / kAesBlockSize);
+                  reinterpret_cast<std::uint8_t*>(output), blocks);
     };
     const std::size_t rest = data.size() % kAesBlockSize;
-    std::string output;
-    output.reserve(data.size() - rest + (rest > 0 ? kAesBlockSize : 0));
-    for (data.remove_suffix(rest); !data.empty();) {
-        const std::size_t size = std::min(data.size(), sizeof piece);
-        run(data.data(), size);
-        output.append(piece, size);
-        data.remove_prefix(size);
-    }
+    const std::size_t whole = data.size() - rest;
+    std::string output(whole + (rest > 0 ? kAesBlockSize : 0), '\0');
+    run(data.data(), output.data(), whole / kAesBlockSize);
     if (rest > 0) {
-        std::memcpy(filling.data(), data.data(), rest);
-        run(filling.data(), filling.size());
-        output.append(piece, filling.size());
+        data.copy(filling.data(), rest, whole);
+        run(filling.data(), output.data() + whole, 1);
     }
     return output;
 }

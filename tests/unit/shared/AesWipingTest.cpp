@@ -1,0 +1,154 @@
+// Keys and schedules are gone when a call has returned: calls run on a stack of the test's own, which is then
+// searched. Under the address sanitizer variables may live elsewhere; there these tests see less. Without
+// optimisation every value passes through the stack, and there is nothing to promise.
+
+#include "AesFixture.h"
+#include "VTEncryption.h"
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <pthread.h>
+#include <stdexcept>
+#include <sys/mman.h>
+
+namespace {
+
+const std::string key = aes::randomBytes(32, 4711);
+
+// Fresh memory for a thread's stack.
+class Stack {
+public:
+    Stack() : memory_(::mmap(nullptr, kSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)) {
+        if (memory_ == MAP_FAILED) {
+            throw std::runtime_error("mmap failed");
+        }
+    }
+    ~Stack() { ::munmap(memory_, kSize); }
+    Stack(const Stack&) = delete;
+    Stack& operator=(const Stack&) = delete;
+
+    void run(std::function<void()> work) {
+        pthread_attr_t attributes;
+        pthread_t thread{};
+        auto body = [](void* pointer) -> void* {
+            (*static_cast<std::function<void()>*>(pointer))();
+            return nullptr;
+        };
+        if (::pthread_attr_init(&attributes) != 0 ||
+            ::pthread_attr_setstack(&attributes, memory_, kSize) != 0 ||
+            ::pthread_create(&thread, &attributes, body, &work) != 0 ||
+            ::pthread_join(thread, nullptr) != 0) {
+            throw std::runtime_error("no thread");
+        }
+        ::pthread_attr_destroy(&attributes);
+    }
+
+    bool contains(std::string_view bytes) const {
+        return ::memmem(memory_, kSize, bytes.data(), bytes.size()) != nullptr;
+    }
+
+private:
+    static constexpr std::size_t kSize = 1 << 20;
+    void* memory_;
+};
+
+std::string_view bytesOf(const std::uint32_t* words, std::size_t count) {
+    return {reinterpret_cast<const char*>(words), count * sizeof *words};
+}
+
+// A round key may lie about as words, as bytes, and as slices: a word of all ones or zeros for each column,
+// for a bit of a row.
+void expectNoRoundKey(const Stack& stack, const aes::Schedule& schedule) {
+    for (int round = 0; round <= schedule.rounds; ++round) {
+        const std::uint32_t* words = schedule.words.data() + 4 * round;
+        std::uint32_t swapped[4];
+        std::ranges::transform(words, words + 4, swapped,
+                               [](std::uint32_t word) { return __builtin_bswap32(word); });
+        EXPECT_FALSE(stack.contains(bytesOf(words, 4))) << "words of round " << round;
+        EXPECT_FALSE(stack.contains(bytesOf(swapped, 4))) << "bytes of round " << round;
+
+        std::uint32_t slices[4 * 32];
+        for (unsigned slice = 0; slice < 32; ++slice) {
+            for (unsigned column = 0; column < 4; ++column) {
+                const std::uint32_t word = swapped[column] ^ (round == 0 ? 0 : 0x63636363U);
+                slices[4 * slice + column] = 0 - ((word >> slice) & 1);
+            }
+        }
+        EXPECT_FALSE(stack.contains(bytesOf(slices, 4 * 32))) << "slices of round " << round;
+    }
+}
+
+} // namespace
+
+class AesWiping : public testing::Test {
+protected:
+    void SetUp() override {
+#ifndef __OPTIMIZE__
+        GTEST_SKIP() << "not optimised";
+#endif
+    }
+};
+
+// The search itself finds what is there.
+TEST_F(AesWiping, FindsAScheduleThatIsLeft) {
+    Stack stack;
+    const auto schedule = aes::encryptionSchedule(key);
+    stack.run([&schedule] {
+        std::uint32_t left[kAesLargestSchedule];
+        std::ranges::copy(schedule.words, left);
+        __asm__ volatile("" : : "r"(left) : "memory"); // so that it is not left out
+    });
+#ifndef __SANITIZE_ADDRESS__
+    EXPECT_TRUE(stack.contains(bytesOf(schedule.words.data() + 20, 4)));
+#endif
+}
+
+TEST_F(AesWiping, LeavesNoKeyOfAnEncryption) {
+    Stack stack;
+    const auto text = aes::randomBytes(100'000, 1);
+    std::string result;
+    stack.run([&] { result = VTEncryption::AESEncryptData(text, key); });
+    EXPECT_EQ(result, aes::encryptedByOpenSsl(key, text));
+    EXPECT_FALSE(stack.contains(key.substr(0, 16)));
+    EXPECT_FALSE(stack.contains(key.substr(16)));
+    expectNoRoundKey(stack, aes::encryptionSchedule(key));
+}
+
+TEST_F(AesWiping, LeavesNoKeyOfADecryption) {
+    Stack stack;
+    const auto text = aes::randomBytes(100'000, 2);
+    std::string result;
+    stack.run([&] { result = VTEncryption::AESDecryptData(text, key); });
+    EXPECT_EQ(result, aes::decryptedByOpenSsl(key, text));
+    EXPECT_FALSE(stack.contains(key.substr(0, 16)));
+    EXPECT_FALSE(stack.contains(key.substr(16)));
+    expectNoRoundKey(stack, aes::encryptionSchedule(key));
+    expectNoRoundKey(stack, aes::decryptionSchedule(key));
+}
+
+class AesWipingOnEachPath : public aes::OnEachPath {
+protected:
+    void SetUp() override {
+        OnEachPath::SetUp();
+#ifndef __OPTIMIZE__
+        GTEST_SKIP() << "not optimised";
+#endif
+    }
+};
+INSTANTIATE_TEST_SUITE_P(Paths, AesWipingOnEachPath, testing::ValuesIn(aesPaths().begin(), aesPaths().end()),
+                         aes::testName);
+
+TEST_P(AesWipingOnEachPath, LeavesNoRoundKey) {
+    const auto text = aes::randomBytes(1000 * kAesBlockSize, 3);
+    std::string output(text.size(), '\0');
+    for (const bool encrypts : {true, false}) {
+        Stack stack;
+        const auto schedule = encrypts ? aes::encryptionSchedule(key) : aes::decryptionSchedule(key);
+        const auto run = encrypts ? GetParam().encrypt : GetParam().decrypt;
+        stack.run(
+            [&] { run(schedule.words.data(), schedule.rounds, aes::in(text), aes::out(output), 1000); });
+        EXPECT_EQ(output, encrypts ? aes::encryptedByOpenSsl(key, text) : aes::decryptedByOpenSsl(key, text));
+        expectNoRoundKey(stack, schedule);
+    }
+}

@@ -5,7 +5,6 @@
 #include "Platform.h"
 #include "Text.h"
 #include "VTAlert.h"
-#include "VTAuthorization.h"
 #include "VTException.h"
 #include "VTLocalPaths.h"
 #include "VTLog.h"
@@ -202,6 +201,5 @@ void AppController::cancelPurgelOnThread() {
 std::int32_t AppController::execWithRights(const std::string& tool,
                                            const std::vector<std::string>& arguments) {
     std::lock_guard lock(authMutex_);
-    return authExecTask_ ? authExecTask_(tool, arguments)
-                         : VTAuthorization::sharedController().authExecTask(tool, arguments);
+    return authExecTask_ ? authExecTask_(tool, arguments) : -1;
 }

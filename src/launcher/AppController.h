@@ -87,7 +87,7 @@ public:
     // --- Purgel, the repair in one step (AppController+Purgel.cpp).
 
     // How a tool is run with administrator rights: the status is 0 once it has been started. Called on
-    // threads of the controller's, one at a time. It is `VTAuthorization` unless a test sets another.
+    // threads of the controller's, one at a time. Until it is set nothing can be run.
     using AuthExecTask =
         std::function<std::int32_t(const std::string& tool, const std::vector<std::string>& arguments)>;
     void setAuthExecTask(AuthExecTask authExecTask) { authExecTask_ = std::move(authExecTask); }
@@ -165,7 +165,7 @@ private:
     mutable std::mutex dataMutex_;
     std::shared_ptr<const AppList> dataArray_ = std::make_shared<const AppList>();
     std::size_t numberOfHiddenTools_ = 0; // the main thread's
-    AuthExecTask authExecTask_; // see setAuthExecTask
+    AuthExecTask authExecTask_;
     std::mutex authMutex_;
     std::atomic<bool> purgelIsStarting_ = false;
     std::atomic<bool> purgelCancelled_ = false;    // or its end has been told

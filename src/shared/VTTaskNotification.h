@@ -9,8 +9,8 @@
 // earlier suite; who has published both gets everything on the first. Without either a call does nothing.
 //
 // Nothing waits for the controller to do something about it, and nothing is thrown: exceptions are logged.
-// While there is a controller a call takes at least 15 milliseconds, and little more than two seconds when it
-// does not answer. Any thread; what one thread posts arrives in order.
+// While there is a controller a call takes at least 15 milliseconds, and about a second when it does not
+// answer. Any thread; what one thread posts arrives in order.
 class VTTaskNotification {
 public:
     VTTaskNotification() = delete;

@@ -1,13 +1,13 @@
 #include "DarkAlert.h"
 
 #include "DarkButton.h"
+#include "DarkCheckBox.h"
 #include "DarkPalette.h"
 #include "InterfaceFont.h"
 #include "PlainLabel.h"
 #include "VTBlackScroller.h"
 #include "WrappedLabel.h"
 
-#include <QCheckBox>
 #include <QKeyEvent>
 #include <QScreen>
 #include <QScrollArea>
@@ -79,7 +79,7 @@ QWidget* DarkAlert::makeContent(const QString& title, const QString& message,
     text_ = makeText(title, message);
     if (!suppressed)
         return text_;
-    auto* box = new QCheckBox(tr("&Do not show this message again"));
+    auto* box = new DarkCheckBox(tr("Do not show this message again"));
     box->setChecked(*suppressed);
     connect(box, &QCheckBox::toggled, this, &DarkAlert::suppressedChanged);
     auto* content = new QWidget;
@@ -97,7 +97,8 @@ QScrollArea* DarkAlert::makeText(const QString& title, const QString& message) {
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(scaled(kTitleGap));
     layout->addWidget(label(title, InterfaceFont::bold(kTitleSize), DarkPalette::titleColor()));
-    layout->addWidget(label(message, InterfaceFont::regular(), DarkPalette::bodyTextColor()));
+    if (!message.isEmpty())
+        layout->addWidget(label(message, InterfaceFont::regular(), DarkPalette::bodyTextColor()));
     layout->addStretch();
 
     auto* area = new QScrollArea;
@@ -140,7 +141,7 @@ QBoxLayout* DarkAlert::makeButtons(const Options& options) {
         add(options.alternateTitle, Alternate);
     defaultButton_ = add(options.defaultTitle, Default);
     if (options.defaultTitle.isEmpty())
-        defaultButton_->setText(tr("&OK"));
+        defaultButton_->setText(tr("OK"));
     return row;
 }
 

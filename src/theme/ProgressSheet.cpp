@@ -14,7 +14,7 @@ static constexpr double kTextWidth = 372;
 static constexpr double kBarGap = 12;
 
 ProgressSheet::ProgressSheet(const QString& title, QWidget* parent)
-    : DarkDialog(parent), bar_(new IndeterminateBar), cancel_(new DarkButton(tr("&Cancel"))) {
+    : DarkDialog(parent), bar_(new IndeterminateBar), cancel_(new DarkButton(tr("Cancel"))) {
     setWindowTitle(title);
     auto* label = new QLabel(title);
     stylePlainLabel(*label, InterfaceFont::bold(kTitleSize), DarkPalette::titleColor());
@@ -37,12 +37,7 @@ ProgressSheet::ProgressSheet(const QString& title, QWidget* parent)
     buttons->addStretch();
     buttons->addWidget(cancel_);
     setContent(content, buttons);
-}
-
-void ProgressSheet::begin(QWidget& window) {
-    cancel_->setEnabled(true);
     cancel_->setFocus();
-    beginSheet(window);
 }
 
 void ProgressSheet::reject() {

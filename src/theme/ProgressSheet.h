@@ -15,9 +15,6 @@ public:
 
     IndeterminateBar& bar() { return *bar_; }
 
-    // As a sheet on the window, until it is done.
-    void begin(QWidget& window);
-
     // Asks for the end, once, rather than bringing it about.
     void reject() override;
 

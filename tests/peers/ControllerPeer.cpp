@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <poll.h>
 #include <string>
 #include <string_view>
 #include <systemd/sd-bus.h>
@@ -109,9 +110,8 @@ int run(const std::string& port, std::string_view kind, std::FILE* file) {
         return 1;
     }
     if (kind == "mute") {
-        for (;;) {
-            ::pause();
-        }
+        pollfd end{.fd = sd_bus_get_fd(bus), .events = 0, .revents = 0};
+        return ::poll(&end, 1, -1) > 0 ? 0 : 1; // the bus has gone
     }
     while (sd_bus_process(bus, nullptr) >= 0) {
         if (sd_bus_wait(bus, UINT64_MAX) < 0) {

@@ -74,7 +74,7 @@ private:
 MainPanel::MainPanel(std::shared_ptr<AppController> controller)
     : controller_(std::move(controller)), ui_(std::make_unique<Ui::MainPanel>()),
       model_(new CatalogueModel(controller_, this)), window_(*this), windowController_(window_),
-      progressPanel_(*this, [this] { controller_->cancelPurgel(); }), listAtStart_(controller_->dataArray()) {
+      progressPanel_([this] { controller_->cancelPurgel(); }), listAtStart_(controller_->dataArray()) {
     ui_->setupUi(this);
     menus_ = std::make_unique<PanelMenus>(*this, *ui_, *controller_, softwareUpdate_);
     styleLabels();

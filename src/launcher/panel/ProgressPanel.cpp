@@ -6,26 +6,31 @@
 
 #include <QCoreApplication>
 
-ProgressPanel::ProgressPanel(QWidget& owner, std::function<void()> cancel)
-    : sheet_(
-          new ProgressSheet(QCoreApplication::translate("ProgressPanel", "Purgel is repairing…"), &owner)) {
-    QObject::connect(sheet_, &ProgressSheet::cancelled, sheet_, std::move(cancel));
-}
-
 void ProgressPanel::beginSheet(outlet::Window& window) {
+    endSheet();
     platform::current().application->unhide();
     window.makeKeyAndOrderFront();
-    sheet_->begin(dynamic_cast<PanelWindow&>(window).widget());
+    sheet_ = new ProgressSheet(QCoreApplication::translate("ProgressPanel", "Purgel is repairing…"));
+    QObject::connect(sheet_, &ProgressSheet::cancelled, cancel_);
+    sheet_->beginSheet(dynamic_cast<PanelWindow&>(window).widget());
 }
 
 void ProgressPanel::endSheet() {
-    sheet_->done(QDialog::Accepted);
+    if (sheet_) {
+        sheet_->done(QDialog::Accepted);
+        sheet_->deleteLater();
+        sheet_ = nullptr;
+    }
 }
 
 void ProgressPanel::startAnimation() {
-    sheet_->bar().start();
+    if (sheet_) {
+        sheet_->bar().start();
+    }
 }
 
 void ProgressPanel::stopAnimation() {
-    sheet_->bar().stop();
+    if (sheet_) {
+        sheet_->bar().stop();
+    }
 }

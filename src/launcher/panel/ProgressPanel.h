@@ -3,13 +3,14 @@
 #include "Outlets.h"
 #include "ProgressSheet.h"
 
+#include <QPointer>
 #include <functional>
 
-// The panel that is shown while Purgel runs, and the bar in it.
+// The panel that is shown while Purgel runs, and the bar in it; made for each run.
 class ProgressPanel : public outlet::Panel, public outlet::Spinner {
 public:
     // `cancel` is called when the user wants the run to end.
-    ProgressPanel(QWidget& owner, std::function<void()> cancel);
+    explicit ProgressPanel(std::function<void()> cancel) : cancel_(std::move(cancel)) {}
 
     void beginSheet(outlet::Window& window) override; // a PanelWindow
     void endSheet() override;
@@ -18,5 +19,6 @@ public:
     void stopAnimation() override;
 
 private:
-    ProgressSheet* sheet_; // the owner's
+    std::function<void()> cancel_;
+    QPointer<ProgressSheet> sheet_; // the window's; null while it is not shown
 };

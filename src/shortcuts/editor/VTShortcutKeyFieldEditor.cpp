@@ -28,8 +28,6 @@ VTShortcutKeyFieldEditor::VTShortcutKeyFieldEditor(QWidget* parent) : QLineEdit(
     hide();
     setReadOnly(true);
     setContextMenuPolicy(Qt::NoContextMenu);
-    // Dead keys are keys here, and nothing is composed.
-    setAttribute(Qt::WA_InputMethodEnabled, false);
     setFrame(false);
     setPlaceholderText(tr("press a key…"));
     setAccessibleName(tr("Shortcut"));
@@ -84,6 +82,11 @@ void VTShortcutKeyFieldEditor::showEvent(QShowEvent* event) {
     QLineEdit::showEvent(event);
     setPlaceholderText(tr("press a key…"));
     grabKeyboard();
+}
+
+// Dead keys are keys here, and nothing is composed.
+QVariant VTShortcutKeyFieldEditor::inputMethodQuery(Qt::InputMethodQuery query) const {
+    return query == Qt::ImEnabled ? QVariant(false) : QLineEdit::inputMethodQuery(query);
 }
 
 void VTShortcutKeyFieldEditor::hideEvent(QHideEvent* event) {

@@ -12,6 +12,8 @@ class VTShortcutKeyFieldEditor : public QLineEdit {
 public:
     explicit VTShortcutKeyFieldEditor(QWidget* parent = nullptr);
 
+    QVariant inputMethodQuery(Qt::InputMethodQuery query) const override;
+
 protected:
     bool event(QEvent* event) override;
     void showEvent(QShowEvent* event) override;

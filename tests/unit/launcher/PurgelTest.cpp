@@ -188,15 +188,12 @@ TEST_F(Purgel, RefusedRightsLeaveNothingButALogLine) {
     EXPECT_THAT(shown(), IsEmpty());
 }
 
-TEST_F(Purgel, RunsItsToolWithRightsOfVTAuthorization) {
+TEST_F(Purgel, WithoutAWayToGetRightsNothingIsRun) {
     awakeWithPurgel();
     controller->setAuthExecTask(nullptr);
-    auto services = platform::current();
-    const auto authorization = std::make_shared<FakeAuthorization>();
-    services.authorization = authorization;
-    platform::install(services);
     run();
-    EXPECT_EQ(progressPanel.begun, 1);
+    EXPECT_EQ(logged().back(), "Error: authorization failed or application cannot be found");
+    EXPECT_EQ(progressPanel.begun, 0);
 }
 
 // --- The tool

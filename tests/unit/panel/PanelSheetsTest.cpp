@@ -267,7 +267,7 @@ TEST_F(PanelSheetsTest, WhatIsOrderedOutIsNotAnswered) {
 TEST_F(PanelSheetsTest, NobodyNeedsToHoldASheet) {
     std::vector<std::int64_t> answers;
     sheets->beginSheet({.messageText = "One", .informativeText = ""}, &window, notedIn(answers));
-    button(*shownAlerts().at(0), "&OK")->click();
+    button(*shownAlerts().at(0), "OK")->click();
     EXPECT_THAT(answers, ElementsAre(1));
 }
 

@@ -56,6 +56,12 @@ public:
         return names;
     }
 
+    // Until all others have left, which the bus notices in its own time.
+    void waitUntilAlone() const {
+        while (!connections().empty()) {
+        }
+    }
+
 private:
     struct Releaser {
         void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }

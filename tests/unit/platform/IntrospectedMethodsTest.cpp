@@ -1,5 +1,7 @@
 #include "linux/IntrospectedMethods.h"
 
+#include "TestSandbox.h"
+
 #include <gmock/gmock.h>
 
 using platform::introspectedMethods;
@@ -45,4 +47,11 @@ TEST(IntrospectedMethods, AreNoneWhenTheDataAreDamaged) {
                     "<!DOCTYPE node [<!ENTITY e \"x\">]><node>" + std::string(good) + "</node>", "a.A"),
                 IsEmpty());
     EXPECT_THAT(introspectedMethods(node(good + std::string(std::size_t{2} << 20, ' ')), "a.A"), IsEmpty());
+}
+
+TEST(IntrospectedMethods, OfThePublishedProtocolAreAllThatAWorkerSends) {
+    EXPECT_THAT(
+        introspectedMethods(sandbox::readFile(VT_PROTOCOL), "com.vantorel.VTOSTLErrorCallbackProtocol"),
+        ElementsAre("incrementRemoteProgress", "postDisconnect", "postError", "postErrorForApp",
+                    "postErrorString", "postErrorStringUserInfo", "postFinishedTask"));
 }

@@ -220,3 +220,26 @@ TEST(QtMainThread, MayGoBeforeWhatWasQueued) {
     QCoreApplication::processEvents();
     EXPECT_FALSE(isDone);
 }
+
+TEST_F(QtMainThreadTest, PerformsLaterOnTheMainThread) {
+    bool done = false;
+    runWhile([&] {
+        std::promise<void> performed;
+        mainThread_.performAfter(std::chrono::milliseconds(1), [&] {
+            done = platform::isMainThread();
+            performed.set_value();
+        });
+        performed.get_future().wait();
+    });
+    EXPECT_TRUE(done);
+}
+
+TEST_F(QtMainThreadTest, WhatIsLaterThanTheMainLoopIsDropped) {
+    bool done = false;
+    mainThread_.performAfter(std::chrono::milliseconds(0), [&] { done = true; });
+    QCoreApplication::sendPostedEvents(); // the clock runs
+    mainThread_.close();
+    QCoreApplication::processEvents();
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(done);
+}

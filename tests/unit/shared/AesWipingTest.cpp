@@ -1,6 +1,5 @@
 // Keys and schedules are gone when a call has returned: calls run on a stack of the test's own, which is then
-// searched. Under the address sanitizer variables may live elsewhere; there these tests see less. Without
-// optimisation every value passes through the stack, and there is nothing to promise.
+// searched. Under the address sanitizer variables may live elsewhere; there these tests see less.
 
 #include "AesFixture.h"
 #include "VTEncryption.h"
@@ -81,17 +80,8 @@ void expectNoRoundKey(const Stack& stack, const aes::Schedule& schedule) {
 
 } // namespace
 
-class AesWiping : public testing::Test {
-protected:
-    void SetUp() override {
-#ifndef __OPTIMIZE__
-        GTEST_SKIP() << "not optimised";
-#endif
-    }
-};
-
 // The search itself finds what is there.
-TEST_F(AesWiping, FindsAScheduleThatIsLeft) {
+TEST(AesWiping, FindsAScheduleThatIsLeft) {
     Stack stack;
     const auto schedule = aes::encryptionSchedule(key);
     stack.run([&schedule] {
@@ -104,7 +94,7 @@ TEST_F(AesWiping, FindsAScheduleThatIsLeft) {
 #endif
 }
 
-TEST_F(AesWiping, LeavesNoKeyOfAnEncryption) {
+TEST(AesWiping, LeavesNoKeyOfAnEncryption) {
     Stack stack;
     const auto text = aes::randomBytes(100'000, 1);
     std::string result;
@@ -115,7 +105,7 @@ TEST_F(AesWiping, LeavesNoKeyOfAnEncryption) {
     expectNoRoundKey(stack, aes::encryptionSchedule(key));
 }
 
-TEST_F(AesWiping, LeavesNoKeyOfADecryption) {
+TEST(AesWiping, LeavesNoKeyOfADecryption) {
     Stack stack;
     const auto text = aes::randomBytes(100'000, 2);
     std::string result;
@@ -127,15 +117,7 @@ TEST_F(AesWiping, LeavesNoKeyOfADecryption) {
     expectNoRoundKey(stack, aes::decryptionSchedule(key));
 }
 
-class AesWipingOnEachPath : public aes::OnEachPath {
-protected:
-    void SetUp() override {
-        OnEachPath::SetUp();
-#ifndef __OPTIMIZE__
-        GTEST_SKIP() << "not optimised";
-#endif
-    }
-};
+class AesWipingOnEachPath : public aes::OnEachPath {};
 INSTANTIATE_TEST_SUITE_P(Paths, AesWipingOnEachPath, testing::ValuesIn(aesPaths().begin(), aesPaths().end()),
                          aes::testName);
 

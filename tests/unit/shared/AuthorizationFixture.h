@@ -55,6 +55,7 @@ protected:
 class AuthorizationTest : public TaskTest {
 protected:
     AuthorizationTest() : platform_(with(service_)) {}
+    ~AuthorizationTest() override { VTLog::finishWriting(); } // with the services of this test
 
     static void become(Role role) { sandbox::users().userID = role == Role::Root ? 0 : 501; }
     static bool isRoot() { return sandbox::users().userID == 0; }

@@ -43,7 +43,9 @@ protected:
         std::shared_ptr<platform::MessagePorts> ports = std::make_shared<platform::BusMessagePorts>())
         : scope_(withPorts(std::move(ports))) {
         sandbox::users().console = std::nullopt; // the session is our own, also for root
+        makeCurrentFile();
     }
+    ~VTTaskNotificationTest() override { VTLog::finishWriting(); } // while the services are there
     void startControllers(const std::vector<Controller>& controllers) {
         std::vector<PrivateBus::Service> services;
         for (const auto& [port, kind] : controllers) {
@@ -245,8 +247,7 @@ TEST_F(VTTaskNotificationTest, NothingIsLeftOfTenThousandCallsWithoutAController
     EXPECT_EQ(countOfOwn("task"), threads);
     EXPECT_EQ(countOfOwn("fd"), descriptors);
     EXPECT_THAT(inspection.matchRules(""), IsEmpty());
-    while (!inspection.connections().empty()) { // the bus notices the last ones in its own time
-    }
+    inspection.waitUntilAlone();
 }
 
 TEST_F(VTTaskNotificationTest, WithoutABusNothingHappens) {

@@ -23,6 +23,8 @@ protected:
         QObject::connect(sheet, &QDialog::finished, [this](int value) { result = value; });
     }
 
+    ~DarkDialogTest() override { delete sheet; } // before its window, which would answer it
+
     void begin() {
         sheet->beginSheet(window);
         offscreen::settle();
@@ -36,7 +38,7 @@ protected:
     SheetBackdrop* backdrop() const { return window.findChild<SheetBackdrop*>(); }
 
     QWidget window;
-    DarkAlert* sheet;
+    QPointer<DarkAlert> sheet;
     std::optional<int> result;
 };
 
@@ -81,7 +83,7 @@ TEST_F(DarkDialogTest, ASheetStaysOnTheScreen) {
 TEST_F(DarkDialogTest, ASheetThatIsDoneLeavesItsWindow) {
     begin();
     bool wasFree = false;
-    QObject::connect(sheet, &QDialog::finished, [&] { wasFree = !DarkDialog::hasSheet(window); });
+    QObject::connect(sheet, &QDialog::finished, &window, [&] { wasFree = !DarkDialog::hasSheet(window); });
     sheet->done(1);
     EXPECT_TRUE(wasFree);
     EXPECT_EQ(result, 1);

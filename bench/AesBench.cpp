@@ -30,7 +30,7 @@ namespace {
 constexpr const char* kMask = "OPENSSL_ia32cap";
 constexpr const char* kWithoutAesNi = "~0x200000200000000"; // nor carry-less multiplication; leaves SSSE3
 constexpr const char* kWithoutAnything = "0";
-const std::string passphrase = "thirty-two bytes, as a key needs";
+const std::string kPassphrase = "thirty-two bytes, as a key needs";
 
 bool isTiny() {
     return std::getenv("VT_BENCH_TINY") != nullptr;
@@ -61,7 +61,7 @@ double median(std::vector<double> values) {
 }
 
 const std::uint8_t* keyBytes() {
-    return reinterpret_cast<const std::uint8_t*>(passphrase.data());
+    return reinterpret_cast<const std::uint8_t*>(kPassphrase.data());
 }
 
 class Evp {
@@ -124,7 +124,7 @@ void compare(benchmark::State& state, std::size_t size, std::vector<Contender> c
     for (auto& contender : contenders) {
         contender.work(); // touches what it needs
     }
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         for (auto& contender : contenders) {
             contender.times.push_back(timed([&contender, repeats] {
                 for (std::size_t repeat = 0; repeat < repeats; ++repeat) {
@@ -175,10 +175,10 @@ void wholeCalls(benchmark::State& state, bool encrypts) {
         Evp(encrypts).run(input.data(), output.data(), size);
         return output;
     };
-    require(own(input, passphrase) == evp(), "giving the same bytes");
+    require(own(input, kPassphrase) == evp(), "giving the same bytes");
 
     compare(state, size,
-            {{"own", [&] { benchmark::DoNotOptimize(own(input, passphrase)); }},
+            {{"own", [&] { benchmark::DoNotOptimize(own(input, kPassphrase)); }},
              {"EVP", [&] { benchmark::DoNotOptimize(evp()); }},
              {"copy", [&] { benchmark::DoNotOptimize(std::string(input)); }}});
 }

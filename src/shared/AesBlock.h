@@ -10,9 +10,9 @@
 // and leave out blocks without being noticed.
 //
 // A round-key schedule is an array of (key bits / 8 + 28) words as FIPS-197 writes them, the first byte of
-// a word being its most significant: 44, 52 or 60 of them. It tells the key; callers wipe it after use. The
-// functions themselves leave nothing of key or schedule behind, and what they take in time and memory
-// accesses does not depend on key or data.
+// a word being its most significant: 44, 52 or 60 of them. It tells the key, so callers wipe it after use;
+// what the functions make of it they wipe themselves. Neither the time they take nor what memory they touch
+// depends on key or data.
 
 inline constexpr std::size_t kAesBlockSize = 16;       // bytes
 inline constexpr std::size_t kAesLargestSchedule = 60; // words, for a key of 256 bits

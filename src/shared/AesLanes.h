@@ -2,8 +2,8 @@
 
 #include "AesBlock.h"
 
+#include <cstring>
 #include <immintrin.h>
-#include <string.h>
 
 // What the hardware paths have in common. They differ in the vector type, which each describes as Lanes:
 //
@@ -19,9 +19,9 @@
 // linker keeps for the whole program.
 namespace {
 
-constexpr std::size_t kInFlight = 8; // vectors, so that no round waits for the one before
-constexpr std::size_t kAhead = 256;  // bytes
-constexpr int kMostRounds = 14;
+inline constexpr std::size_t kInFlight = 8; // vectors, so that no round waits for the one before
+inline constexpr std::size_t kAhead = 256;  // bytes
+inline constexpr int kMostRounds = 14;
 
 // In the order in which they are used. Wiped at the end.
 template <typename Lanes, bool IsDecryption>
@@ -31,7 +31,7 @@ struct RoundKeys {
     RoundKeys(const std::uint32_t* words, int count) {
         const __m128i bytes = _mm_set_epi8(12, 13, 14, 15, 8, 9, 10, 11, 4, 5, 6, 7, 0, 1, 2, 3);
         for (int round = 0; round <= count; ++round) {
-            const std::uint32_t* from = words + 4 * (IsDecryption ? count - round : round);
+            const std::uint32_t* from = words + std::ptrdiff_t{4} * (IsDecryption ? count - round : round);
             const __m128i key = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
             rounds[round] = Lanes::broadcast(_mm_shuffle_epi8(key, bytes));
         }

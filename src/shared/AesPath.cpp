@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <iterator>
-#include <ranges>
 
 #ifdef __x86_64__
 #include <cpuid.h>
@@ -74,7 +72,10 @@ std::span<const AesPath> aesPaths() {
 }
 
 const AesPath& fastestAesPath() {
-    static const AesPath& fastest =
-        *std::ranges::find_if(aesPaths() | std::views::reverse, &AesPath::isSupported);
+    static const AesPath& fastest = []() -> const AesPath& {
+        const auto paths = aesPaths();
+        return *std::find_if(paths.rbegin(), paths.rend(),
+                             [](const AesPath& path) { return path.isSupported; });
+    }();
     return fastest;
 }

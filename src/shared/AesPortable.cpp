@@ -66,7 +66,7 @@ Slice turned(Slice slice) {
 
 template <int Number, bool IsInverse>
 void substituteAndShiftRow(State& state) {
-    Slice* slices = state.slices + 8 * Number;
+    Slice* slices = state.slices + std::ptrdiff_t{8} * Number;
     Row row;
     std::copy_n(slices, 8, row.begin());
     row = IsInverse ? aesSubstituteInverse(row) : aesSubstitute(row);
@@ -114,7 +114,7 @@ void mixColumns(State& state) {
 // With 4(a + c) added to a and c, and 4(b + d) to b and d, `mixColumns` does the rest.
 void prepareInverseMix(State& state) {
     for (int row = 0; row < 2; ++row) {
-        Slice* upper = state.slices + 8 * row;
+        Slice* upper = state.slices + std::ptrdiff_t{8} * row;
         Slice* lower = upper + 16;
         Row sum;
         for (std::size_t bit = 0; bit < 8; ++bit) {
@@ -133,7 +133,7 @@ void prepareInverseMix(State& state) {
 // A slice is all ones or all zeros in each lane. The keys after the first bring the constant of the S-box,
 // which MixColumns leaves as it is, to the substitution before them, or to the inverse one after them.
 struct KeySlices {
-    State rounds[kMostRounds + 1];
+    State rounds[kMostRounds + 1]{};
 
     KeySlices(const std::uint32_t* words, int count) {
         for (int round = 0; round <= count; ++round, words += 4) {

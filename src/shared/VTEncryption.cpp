@@ -14,7 +14,7 @@ using Block = std::array<char, kAesBlockSize>;
 
 // The schedule of a passphrase. Wiped at the end.
 struct Schedule {
-    std::uint32_t roundKeys[kAesLargestSchedule];
+    std::uint32_t roundKeys[kAesLargestSchedule]{};
     int rounds;
 
     Schedule(std::optional<std::string_view> passphrase, decltype(rijndaelSetupEncrypt) setUp) {

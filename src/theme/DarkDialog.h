@@ -19,8 +19,8 @@ public:
     DarkDialog(const DarkDialog&) = delete;
     DarkDialog& operator=(const DarkDialog&) = delete;
 
-    // Shows it as a sheet on the window, which becomes its parent, over any other sheet. It stays one until it
-    // is done, also while it is hidden.
+    // Shows it as a sheet on the window, which becomes its parent, over any other sheet. It stays one until
+    // it is done, also while it is hidden.
     void beginSheet(QWidget& window);
 
     static bool hasSheet(const QWidget& window);

@@ -10,8 +10,8 @@
 #include <vector>
 
 // For messages of GoogleTest.
-inline void PrintTo(const AesPath& path, std::ostream* stream) {
-    *stream << path.name;
+inline std::ostream& operator<<(std::ostream& stream, const AesPath& path) {
+    return stream << path.name;
 }
 
 // What the tests of the cipher share. Bytes are strings.

@@ -6,12 +6,12 @@
 
 namespace {
 
-const std::string passphrase = "a passphrase of 32 bytes exactly";
+const std::string kPassphrase = "a passphrase of 32 bytes exactly";
 
-std::string encrypt(const std::string& data, std::optional<std::string_view> words = passphrase) {
+std::string encrypt(const std::string& data, std::optional<std::string_view> words = kPassphrase) {
     return VTEncryption::AESEncryptData(data, words);
 }
-std::string decrypt(const std::string& data, std::optional<std::string_view> words = passphrase) {
+std::string decrypt(const std::string& data, std::optional<std::string_view> words = kPassphrase) {
     return VTEncryption::AESDecryptData(data, words);
 }
 
@@ -72,7 +72,7 @@ TEST(VTEncryption, AgreesWithOpenSslForEveryLength) {
     for (std::size_t length = 0; length <= text.size(); ++length) {
         const auto data = text.substr(0, length);
         const auto ciphertext = encrypt(data);
-        ASSERT_TRUE(ciphertext == aes::encryptedByOpenSsl(passphrase, padded(data))) << length;
+        ASSERT_TRUE(ciphertext == aes::encryptedByOpenSsl(kPassphrase, padded(data))) << length;
         ASSERT_TRUE(decrypt(ciphertext) == padded(data)) << length;
     }
 }
@@ -81,7 +81,7 @@ TEST(VTEncryption, AgreesWithOpenSslForLongData) {
     for (const std::size_t length : {16'383, 16'384, 16'385, 32'768, 100'003, 1'000'000}) {
         const auto data = aes::randomBytes(length, 2);
         const auto ciphertext = encrypt(data);
-        ASSERT_TRUE(ciphertext == aes::encryptedByOpenSsl(passphrase, padded(data))) << length;
+        ASSERT_TRUE(ciphertext == aes::encryptedByOpenSsl(kPassphrase, padded(data))) << length;
         ASSERT_TRUE(decrypt(ciphertext) == padded(data)) << length;
     }
 }
@@ -167,7 +167,7 @@ TEST(VTEncryption, DecryptsAShortLastPieceWithWhatWasLeft) {
     for (std::size_t length = 33; length < 48; ++length) {
         const auto completed = ciphertext.substr(0, length) + ciphertext.substr(length - 16, 48 - length);
         ASSERT_EQ(completed.size(), 48U);
-        EXPECT_EQ(decrypt(ciphertext.substr(0, length)), aes::decryptedByOpenSsl(passphrase, completed))
+        EXPECT_EQ(decrypt(ciphertext.substr(0, length)), aes::decryptedByOpenSsl(kPassphrase, completed))
             << length;
     }
 }
@@ -177,7 +177,7 @@ TEST(VTEncryption, DecryptsAShortOnlyPieceWithZeros) {
     for (std::size_t length = 1; length < 16; ++length) {
         auto completed = ciphertext.substr(0, length);
         completed.resize(16, '\0');
-        EXPECT_EQ(decrypt(ciphertext.substr(0, length)), aes::decryptedByOpenSsl(passphrase, completed))
+        EXPECT_EQ(decrypt(ciphertext.substr(0, length)), aes::decryptedByOpenSsl(kPassphrase, completed))
             << length;
     }
 }
@@ -190,7 +190,7 @@ TEST(VTEncryption, DecryptsDamagedDataOfEveryLength) {
         if (rest > 0) {
             completed += ciphertext.substr(length - 16, 16 - rest);
         }
-        ASSERT_TRUE(decrypt(ciphertext.substr(0, length)) == aes::decryptedByOpenSsl(passphrase, completed))
+        ASSERT_TRUE(decrypt(ciphertext.substr(0, length)) == aes::decryptedByOpenSsl(kPassphrase, completed))
             << length;
     }
 }

@@ -5,6 +5,7 @@
 #include "Platform.h"
 #include "Text.h"
 #include "VTAlert.h"
+#include "VTAuthorization.h"
 #include "VTException.h"
 #include "VTLocalPaths.h"
 #include "VTLog.h"
@@ -201,5 +202,6 @@ void AppController::cancelPurgelOnThread() {
 std::int32_t AppController::execWithRights(const std::string& tool,
                                            const std::vector<std::string>& arguments) {
     std::lock_guard lock(authMutex_);
-    return authExecTask_ ? authExecTask_(tool, arguments) : -1;
+    return authExecTask_ ? authExecTask_(tool, arguments)
+                         : VTAuthorization::sharedController().authExecTask(tool, arguments);
 }

@@ -87,7 +87,7 @@ public:
     // --- Purgel, the repair in one step (AppController+Purgel.cpp).
 
     // How a tool is run with administrator rights: the status is 0 once it has been started. Called on
-    // threads of the controller's, one at a time. Until it is set nothing can be run.
+    // threads of the controller's, one at a time. It is `VTAuthorization` unless a test sets another.
     using AuthExecTask =
         std::function<std::int32_t(const std::string& tool, const std::vector<std::string>& arguments)>;
     void setAuthExecTask(AuthExecTask authExecTask) { authExecTask_ = std::move(authExecTask); }

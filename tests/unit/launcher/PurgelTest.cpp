@@ -1,4 +1,5 @@
 #include "ControllerFixture.h"
+#include "FakeAuthorization.h"
 #include "FakeMainThread.h"
 #include "ToolTree.h"
 #include "VTLog.h"
@@ -188,12 +189,18 @@ TEST_F(Purgel, RefusedRightsLeaveNothingButALogLine) {
     EXPECT_THAT(shown(), IsEmpty());
 }
 
-TEST_F(Purgel, WithoutAWayToGetRightsNothingIsRun) {
+TEST_F(Purgel, GetsItsRightsFromVTAuthorization) {
     awakeWithPurgel();
     controller->setAuthExecTask(nullptr);
+    const auto authorization = std::make_shared<FakeAuthorization>();
+    auto services = platform::current();
+    services.authorization = authorization;
+    platform::install(services);
     run();
-    EXPECT_EQ(logged().back(), "Error: authorization failed or application cannot be found");
-    EXPECT_EQ(progressPanel.begun, 0);
+    ASSERT_EQ(authorization->runs.size(), 1U);
+    EXPECT_THAT(authorization->runs[0].tool, testing::EndsWith("/Purgel.app/Contents/MacOS/Purgel"));
+    EXPECT_THAT(authorization->runs[0].arguments, ElementsAre("-fix"));
+    EXPECT_EQ(progressPanel.begun, 1);
 }
 
 // --- The tool

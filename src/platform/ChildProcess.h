@@ -58,8 +58,8 @@ public:
     int terminationStatus() const;
 
     // What the child and whoever inherited its pipes write, until all have closed them; what is not a pipe
-    // counts as empty. Once only: the pipes are closed then. When the child ends after `terminate`, what has come by then is all. Throws
-    // "NSFileHandleOperationException" with the system's text.
+    // counts as empty. Once only: the pipes are closed then. When the child ends after `terminate`, what has
+    // come by then is all. Throws "NSFileHandleOperationException" with the system's text.
     Collected collect();
 
     // The output that is there, waiting for some; empty at its end. Throws "NSFileHandleOperationException"

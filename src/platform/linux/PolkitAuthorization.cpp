@@ -1,6 +1,7 @@
 #include "PolkitAuthorization.h"
 
 #include "FileDescriptor.h"
+#include "OnDemand.h"
 #include "PasswordAgent.h"
 #include "PolkitService.h"
 #include "Spawn.h"
@@ -109,7 +110,12 @@ Status statusOf(PrivilegedTools::Outcome outcome) {
 
 bool authorizes(Administrator& administrator, const std::optional<PolkitProcess>& subject) {
     const auto user = userNamed(administrator.name);
-    return user && subject && authorizeWithPassword(*subject, *user, administrator.password);
+    if (!user || !subject) {
+        return false;
+    }
+    auto* authorize = reinterpret_cast<AuthorizeWithPassword*>(
+        functionOnDemand("vt_password_agent.so", "vtAuthorizeWithPassword"));
+    return authorize && authorize(*subject, *user, administrator.password);
 }
 
 // `administrator` null: the session's agent asks. pkexec has it do so, for only root may tell polkit the

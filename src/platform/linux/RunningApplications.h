@@ -77,7 +77,7 @@ private:
     FileDescriptor wake_;
     std::mutex mutex_;                                // guards what follows
     std::map<std::string, Application> applications_; // by the bundle's resolved path
-    std::set<pid_t> children_; // started here, so nobody else collects them
+    std::set<pid_t> children_;                        // started here, so nobody else collects them
     std::map<std::string, int> holds_;
     std::map<std::string, RunningApplication> ended_; // and not reported yet
     std::uint64_t openings_ = 0;

@@ -7,15 +7,16 @@
 #include "GradientBackground.h"
 #include "InputBlock.h"
 #include "InterfaceFont.h"
+#include "OnDemand.h"
 #include "PlainLabel.h"
 #include "ShortcutModel.h"
 #include "VTShortcutKeyTableDelegate.h"
 #include "VTShortcutKeyTableview.h"
 #include "VTShortcutKeyTextCell.h"
+#include "interface-loader/InterfaceLoader.h"
 
 #include <QFile>
 #include <QHeaderView>
-#include <QUiLoader>
 
 namespace {
 
@@ -23,21 +24,16 @@ constexpr double kTitleSize = 14;
 
 const QColor kNoticeColour(0xE8, 0xC2, 0x7A);
 
-// Knows the classes of ours that an interface file may name.
-class InterfaceLoader : public QUiLoader {
-public:
-    QWidget* createWidget(const QString& className, QWidget* parent, const QString& name) override {
-        QWidget* widget = className == QLatin1String("GradientBackground") ? new GradientBackground(parent)
-                          : className == QLatin1String("DarkButton")       ? new DarkButton(parent)
-                          : className == QLatin1String("VTShortcutKeyTableview")
-                              ? new VTShortcutKeyTableview(parent)
-                              : QUiLoader::createWidget(className, parent, name);
-        if (widget) {
-            widget->setObjectName(name);
-        }
-        return widget;
+// The classes of ours that an interface file may name.
+QWidget* makeWidget(const QString& className, QWidget* parent) {
+    if (className == QLatin1String("GradientBackground")) {
+        return new GradientBackground(parent);
     }
-};
+    if (className == QLatin1String("DarkButton")) {
+        return new DarkButton(parent);
+    }
+    return className == QLatin1String("VTShortcutKeyTableview") ? new VTShortcutKeyTableview(parent) : nullptr;
+}
 
 class TableOutlet : public outlet::ShortcutTable {
 public:
@@ -113,8 +109,11 @@ void styleLabels(const QWidget& top) {
 
 QWidget* loadShortcutInterface(const std::string& file, VTShortcutKeyTableDelegate& controller) {
     QFile description(QFile::decodeName(file.c_str()));
-    InterfaceLoader loader;
-    auto* top = description.open(QIODevice::ReadOnly) ? loader.load(&description) : nullptr;
+    auto* load = description.open(QIODevice::ReadOnly)
+                     ? reinterpret_cast<LoadInterface*>(
+                           platform::functionOnDemand("vt_interface_loader.so", "vtLoadInterface"))
+                     : nullptr;
+    auto* top = load ? load(&description, makeWidget) : nullptr;
     if (!top) {
         return nullptr;
     }

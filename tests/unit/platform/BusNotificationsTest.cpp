@@ -67,6 +67,9 @@ public:
         waiting_.push_back(std::move(work));
         changed_.notify_all();
     }
+    void performAfter(std::chrono::milliseconds, std::function<void()>) override {
+        ADD_FAILURE() << "no notification waits for a time";
+    }
     std::size_t given() {
         std::lock_guard lock(mutex_);
         return given_;

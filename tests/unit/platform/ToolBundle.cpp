@@ -10,8 +10,8 @@
 #include <stdexcept>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <utility>
 #include <unistd.h>
+#include <utility>
 
 namespace toolbundle {
 

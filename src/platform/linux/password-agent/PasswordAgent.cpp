@@ -165,7 +165,7 @@ private:
 
 } // namespace
 
-bool authorizeWithPassword(const PolkitProcess& subject, uid_t administrator, SecretText& password) {
+bool vtAuthorizeWithPassword(const PolkitProcess& subject, uid_t administrator, SecretText& password) {
     const ThreadContext context;
     const Limit limit(context);
     GAsyncResult* result = nullptr;

@@ -53,7 +53,7 @@ class Agent:
         question = self.transcript(b"Password: ")
         wait_until(lambda: not termios.tcgetattr(self._terminal)[3] & termios.ECHO, "a blind terminal")
         os.write(self._terminal, password.encode() + b"\n")
-        self.transcript(b"====\r\n")
+        self.transcript(b"====\r\n\x1b[0m")  # the end of the colour, too
         return question
 
 

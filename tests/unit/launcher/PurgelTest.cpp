@@ -191,6 +191,7 @@ TEST_F(Purgel, RefusedRightsLeaveNothingButALogLine) {
 
 TEST_F(Purgel, GetsItsRightsFromVTAuthorization) {
     awakeWithPurgel();
+    sandbox::writeFile(executable("Kelvandor/Purgel.app"), "");
     controller->setAuthExecTask(nullptr);
     const auto authorization = std::make_shared<FakeAuthorization>();
     auto services = platform::current();

@@ -59,8 +59,8 @@ TEST_F(PanelMenusTest, AreThese) {
     }
     EXPECT_THAT(titles, ElementsAre("Launcher", "View", "Manuals", "Help"));
     EXPECT_THAT(items("Launcher"),
-                ElementsAre("About Launcher", "Check for Updates\u2026", "-", "Quit After Launching",
-                            "Show Again When a Tool Quits", "-", "Quit"));
+                ElementsAre("About Launcher", "Check for Updates\u2026", "Keyboard Shortcuts\u2026", "-",
+                            "Quit After Launching", "Show Again When a Tool Quits", "-", "Quit"));
     EXPECT_THAT(items("View"), ElementsAre("Sort by Name", "Sort by Group", "-", "Show Group Names",
                                            "Hide Groups", "-", "Reload", "Reveal in File Browser"));
     EXPECT_THAT(items("Help"), ElementsAre("Ostendel User Manual", "Ostendel Home Page", "Report a Bug…",

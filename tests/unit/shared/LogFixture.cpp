@@ -28,9 +28,10 @@ bool isDate(std::string_view text) {
 
 } // namespace
 
-LogTest::LogTest()
-    : fileManager_(std::make_shared<FailingFileManager>(platform::current().fileManager)),
-      platform_(with(fileManager_)) {}
+// The services stay: threads that nobody waits for may use them to the process's end.
+LogTest::LogTest() : fileManager_(std::make_shared<FailingFileManager>(platform::current().fileManager)) {
+    platform::install(with(fileManager_));
+}
 
 LogTest::~LogTest() {
     VTLog::finishWriting();

@@ -41,7 +41,6 @@ protected:
 
 private:
     std::shared_ptr<FailingFileManager> fileManager_;
-    platform::ScopedPlatform platform_;
 };
 
 // Holds the writer before a write until it is let go. To be set before the file is opened.

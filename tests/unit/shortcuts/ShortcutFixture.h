@@ -57,7 +57,8 @@ protected:
     static constexpr const char* kMissingManager =
         "Unable to setup shortcut keys - shortcut key manager doesn't exist. Please reinstall this software.";
 
-    ShortcutTest() : platform_(services()) {
+    ShortcutTest() {
+        platform::install(services()); // which stay, for the threads of time-outs
         writeList(bundle().path + "/Contents/Info.plist", Dictionary{{"CFBundleIdentifier", kOwn}});
         writeList(bundle().resourcePath() + "/VTKeys.plist",
                   Dictionary{{"VTKeys", Array{command("show", "Show the Launcher"),
@@ -167,6 +168,4 @@ private:
         keyboard->keys = {{45, {.text = "k"}}, {24, {.text = "q"}}, {36, {.text = "\r"}}};
         return all;
     }
-
-    platform::ScopedPlatform platform_;
 };

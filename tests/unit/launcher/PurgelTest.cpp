@@ -190,13 +190,13 @@ TEST_F(Purgel, RefusedRightsLeaveNothingButALogLine) {
 }
 
 TEST_F(Purgel, GetsItsRightsFromVTAuthorization) {
-    awakeWithPurgel();
-    sandbox::writeFile(executable("Kelvandor/Purgel.app"), "");
-    controller->setAuthExecTask(nullptr);
     const auto authorization = std::make_shared<FakeAuthorization>();
     auto services = platform::current();
     services.authorization = authorization;
     platform::install(services);
+    controller->setAuthExecTask(nullptr);
+    awakeWithPurgel();
+    sandbox::writeFile(executable("Kelvandor/Purgel.app"), "");
     run();
     ASSERT_EQ(authorization->runs.size(), 1U);
     EXPECT_THAT(authorization->runs[0].tool, testing::EndsWith("/Purgel.app/Contents/MacOS/Purgel"));

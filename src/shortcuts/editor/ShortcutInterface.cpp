@@ -32,7 +32,8 @@ QWidget* makeWidget(const QString& className, QWidget* parent) {
     if (className == QLatin1String("DarkButton")) {
         return new DarkButton(parent);
     }
-    return className == QLatin1String("VTShortcutKeyTableview") ? new VTShortcutKeyTableview(parent) : nullptr;
+    return className == QLatin1String("VTShortcutKeyTableview") ? new VTShortcutKeyTableview(parent)
+                                                                : nullptr;
 }
 
 class TableOutlet : public outlet::ShortcutTable {

@@ -5,6 +5,7 @@
 #include <dlfcn.h>
 #include <memory>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace platform {
@@ -37,7 +38,7 @@ void* functionOnDemand(const char* library, const char* function) {
     std::string problem = "it is nowhere";
     for (const auto& folder : searchPath(program)) {
         const auto path = folder + "/" + library;
-        if (!current().fileManager->fileExists(path)) {
+        if (::access(path.c_str(), F_OK) != 0) {
             continue;
         }
         void* handle = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);

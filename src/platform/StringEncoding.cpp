@@ -15,10 +15,6 @@ unsigned char byteAt(std::string_view bytes, std::size_t index) {
     return static_cast<unsigned char>(bytes[index]);
 }
 
-bool isAscii(std::string_view bytes) {
-    return std::ranges::none_of(bytes, [](char byte) { return static_cast<unsigned char>(byte) >= 0x80; });
-}
-
 void append(std::string& text, char32_t character) {
     const auto bits = [character](int shift) {
         return static_cast<char>(0x80 | (character >> shift & 0x3F));

@@ -13,10 +13,6 @@ namespace platform {
 
 namespace {
 
-bool isAscii(std::string_view text) {
-    return std::ranges::none_of(text, [](char byte) { return static_cast<unsigned char>(byte) >= 0x80; });
-}
-
 char asciiLower(char character) {
     return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
 }
@@ -134,6 +130,10 @@ bool isValidUtf8(std::string_view text) {
         }
     }
     return true;
+}
+
+bool isAscii(std::string_view text) {
+    return std::ranges::none_of(text, [](char byte) { return static_cast<unsigned char>(byte) >= 0x80; });
 }
 
 std::size_t lengthOfFirstCharacter(std::string_view text) {

@@ -12,6 +12,8 @@ namespace platform {
 
 bool isValidUtf8(std::string_view text);
 
+bool isAscii(std::string_view text);
+
 // Bytes of the character at the start; 0 when the text is empty or starts with bytes that are no UTF-8.
 std::size_t lengthOfFirstCharacter(std::string_view text);
 

@@ -19,10 +19,6 @@ platform::Authorization& service() {
     return *platform::current().authorization;
 }
 
-void tellConsole(const std::string& text) {
-    platform::current().consoleLog->log(text);
-}
-
 // Nothing of the text is left, in what was kept for it either.
 void wipe(std::string& text) {
     text.resize(text.capacity());
@@ -76,7 +72,7 @@ bool VTAuthorization::authStart() {
         return true;
     }
     if (!hasGUI_) {
-        tellConsole("Unable to authorize");
+        platform::current().consoleLog->log("Unable to authorize");
         return false;
     }
     authRef_ = service().create().reference;
@@ -112,13 +108,13 @@ bool VTAuthorization::authStartWithUser(const std::optional<std::string>& user,
     auto created = service().create();
     authRef_ = std::move(created.reference); // what was held is dropped, not freed
     if (!authRef_) {
-        tellConsole(format("Unable to create authRef - error %d", created.status));
+        platform::current().consoleLog->log(format("Unable to create authRef - error %d", created.status));
         return false;
     }
     if (service().copyRights(*authRef_, credentials.value()) != 0) {
         static constexpr const char* kFailed = "Authorization failed. Invalid username or password";
         service().free(std::exchange(authRef_, nullptr));
-        tellConsole(kFailed);
+        platform::current().consoleLog->log(kFailed);
         VTLog::appendLog(kFailed);
         return false;
     }
@@ -144,7 +140,7 @@ bool VTAuthorization::canAuthorize() const {
 std::int32_t VTAuthorization::authExecTask(const Path& tool, const Arguments& parameters, bool async) {
     const auto place = tool && tool->starts_with('/') ? Path(platform::toolPath(*tool)) : std::nullopt;
     if (!place || !platform::current().fileManager->fileExists(*place)) {
-        tellConsole(format("Unable to execute task: path %@ doesn't exist", tool));
+        platform::current().consoleLog->log(format("Unable to execute task: path %@ doesn't exist", tool));
         return kNoSuchTool;
     }
     if (isRoot()) {

@@ -28,6 +28,10 @@ std::shared_ptr<Service>& fake() {
 const std::string& folder() {
     return sandboxFolder;
 }
+
+std::string path(const std::string& name) {
+    return folder() + "/" + name;
+}
 std::string home() {
     return sandboxFolder + "/home";
 }

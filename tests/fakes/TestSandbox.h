@@ -18,9 +18,10 @@
 // end, and a platform with the real file manager and fakes for the rest. Set up by the tests' main.
 namespace sandbox {
 
-const std::string& folder(); // holds home() and root()
-std::string home();          // HOME
-std::string root();          // VANTOREL_ROOT
+const std::string& folder();               // holds home() and root()
+std::string path(const std::string& name); // of what is called so in folder()
+std::string home();                        // HOME
+std::string root();                        // VANTOREL_ROOT
 
 FakeUsers& users();
 FakeConsoleLog& console();

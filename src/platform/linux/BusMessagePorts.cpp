@@ -16,7 +16,7 @@ namespace platform {
 
 namespace {
 
-constexpr std::chrono::seconds kPatience{1};
+constexpr std::chrono::seconds kPortPatience{1};
 
 constexpr const char* kPrefix = "com.vantorel.";
 
@@ -75,7 +75,7 @@ public:
     }
 
     void send(const std::string& message, const std::vector<Argument>& arguments) override {
-        connection_.setLimit(kPatience);
+        connection_.setLimit(kPortPatience);
         const auto call =
             connection_.methodCall(owner_.c_str(), path_.c_str(), interface_.c_str(), message.c_str());
         if (!call || sd_bus_message_set_expect_reply(call.get(), 0) < 0 ||
@@ -91,7 +91,7 @@ public:
 
 private:
     std::string introspection() {
-        connection_.setLimit(kPatience);
+        connection_.setLimit(kPortPatience);
         ErrorText error;
         const auto answer =
             connection_.send(connection_.methodCall(owner_.c_str(), path_.c_str(),
@@ -128,7 +128,7 @@ std::string ownerOf(DBusConnection& connection, const std::string& name) {
 } // namespace
 
 std::unique_ptr<RemoteObject> BusMessagePorts::rootProxy(const std::vector<std::string>& names) {
-    auto connection = connectToSessionBus(kPatience);
+    auto connection = connectToSessionBus(kPortPatience);
     if (!connection.isConnected()) {
         return nullptr;
     }

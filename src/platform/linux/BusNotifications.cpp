@@ -14,7 +14,7 @@ namespace platform {
 
 namespace {
 
-constexpr std::chrono::seconds kPatience{1};
+constexpr std::chrono::seconds kPostPatience{1};
 
 // Of one name; a sender that is faster than the main thread loses what is beyond.
 constexpr std::size_t kWaitingAtMost = 64;
@@ -142,7 +142,7 @@ std::shared_ptr<void> BusNotifications::addObserver(const std::string& name, Han
 
 bool BusNotifications::post(const std::string& name, const std::string& object,
                             const PropertyList::Dictionary& userInfo) {
-    auto connection = connectToSessionBus(kPatience);
+    auto connection = connectToSessionBus(kPostPatience);
     return NotificationSignal{name, object, userInfo}.post(connection);
 }
 

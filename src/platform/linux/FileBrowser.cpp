@@ -7,10 +7,10 @@ namespace platform {
 
 namespace {
 
-constexpr std::chrono::seconds kPatience{10}; // the bus may have to start the file manager first
+constexpr std::chrono::seconds kBrowserPatience{10}; // the bus may have to start the file manager first
 
 bool showItems(const std::string& path) {
-    DBusConnection bus(DBusConnection::Bus::Session, kPatience);
+    DBusConnection bus(DBusConnection::Bus::Session, kBrowserPatience);
     if (!bus.isConnected()) {
         return false;
     }

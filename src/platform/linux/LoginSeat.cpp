@@ -10,7 +10,7 @@ namespace {
 
 constexpr const char* kSeat = "org.freedesktop.login1.Seat";
 constexpr const char* kSession = "org.freedesktop.login1.Session";
-constexpr std::chrono::seconds kPatience{2};
+constexpr std::chrono::seconds kSeatPatience{2};
 
 // The property's value, ready to be read; null when it could not be had.
 DBusMessage property(DBusConnection& bus, const char* path, const char* interface, const char* name,
@@ -33,7 +33,7 @@ std::string sessionText(DBusConnection& bus, const char* session, const char* na
 } // namespace
 
 SeatAnswer activeSessionOfSeat0() {
-    DBusConnection bus(DBusConnection::Bus::System, kPatience);
+    DBusConnection bus(DBusConnection::Bus::System, kSeatPatience);
     if (!bus.isConnected()) {
         return {};
     }

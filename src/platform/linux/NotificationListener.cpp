@@ -15,7 +15,7 @@ namespace platform {
 
 namespace {
 
-constexpr std::chrono::seconds kPatience{2};
+constexpr std::chrono::seconds kListenPatience{2};
 constexpr std::chrono::milliseconds kMoment{50}; // what a caller waits at most
 
 } // namespace
@@ -39,7 +39,7 @@ struct NotificationListener::State {
 
     void run() {
         {
-            auto connection = connectToSessionBus(kPatience);
+            auto connection = connectToSessionBus(kListenPatience);
             if (connection.isConnected() &&
                 sd_bus_add_filter(connection.bus(), nullptr, received, this) >= 0) {
                 listen(connection);
@@ -113,7 +113,7 @@ struct NotificationListener::State {
 
     // A name that the bus refuses, which takes rules of 1,024 bytes, is not heard.
     static void changeRule(DBusConnection& connection, const char* change, const std::string& name) {
-        connection.setLimit(kPatience);
+        connection.setLimit(kListenPatience);
         auto call = connection.methodCall("org.freedesktop.DBus", "/org/freedesktop/DBus",
                                           "org.freedesktop.DBus", change);
         const auto rule = NotificationSignal::matchRule(name);

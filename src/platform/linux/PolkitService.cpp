@@ -13,7 +13,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kPatience = 10s;
+constexpr auto kCheckPatience = 10s;
 constexpr std::uint32_t kNoQuestions = 0; // flags of a check
 
 DBusMessage methodCall(DBusConnection& bus, const char* member) {
@@ -42,7 +42,7 @@ std::optional<PolkitProcess> PolkitProcess::find(pid_t process) {
 }
 
 std::optional<PolkitService::Answer> PolkitService::check(const PolkitProcess& subject) {
-    DBusConnection bus(DBusConnection::Bus::System, kPatience);
+    DBusConnection bus(DBusConnection::Bus::System, kCheckPatience);
     if (!bus.isConnected()) {
         return std::nullopt;
     }
@@ -73,7 +73,7 @@ std::optional<PolkitService::Answer> PolkitService::check(const PolkitProcess& s
 }
 
 bool PolkitService::revoke(const std::string& keptIdentifier) {
-    DBusConnection bus(DBusConnection::Bus::System, kPatience);
+    DBusConnection bus(DBusConnection::Bus::System, kCheckPatience);
     if (!bus.isConnected()) {
         return false;
     }

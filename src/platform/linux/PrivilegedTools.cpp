@@ -28,8 +28,8 @@ namespace {
 constexpr const char* kPkexec = "/usr/bin/pkexec";
 constexpr const char* kHelper = VT_RUN_AS_ROOT; // never one that lies beside this program
 constexpr int kForEver = -1;
-constexpr int kPatience = 60'000; // milliseconds
-constexpr int kDismissed = 126;   // statuses of pkexec
+constexpr int kStartPatience = 60'000; // milliseconds
+constexpr int kDismissed = 126;        // statuses of pkexec
 constexpr int kNotAuthorized = 127;
 constexpr int kPlaces = 8;
 
@@ -193,7 +193,7 @@ std::shared_ptr<PrivilegedTools::Places> PrivilegedTools::makePlaces() {
 PrivilegedTools::Outcome PrivilegedTools::reasonForEnd(const std::shared_ptr<Child>& child) {
     child->output.reset();
     pollfd end{.fd = child->handle.get(), .events = POLLIN, .revents = 0};
-    if (!child->handle || retrying([&] { return ::poll(&end, 1, kPatience); }) == 0) {
+    if (!child->handle || retrying([&] { return ::poll(&end, 1, kStartPatience); }) == 0) {
         inBackground([child] { collect(child->process, 0); });
         return Outcome::NotStarted;
     }
@@ -237,7 +237,7 @@ PrivilegedTools::Outcome PrivilegedTools::run(const std::string& tool,
         return Outcome::NotStarted;
     }
     const bool isStarted =
-        child->handle && hasStarted(child->handshake, mayBeAskedFor ? kForEver : kPatience);
+        child->handle && hasStarted(child->handshake, mayBeAskedFor ? kForEver : kStartPatience);
     child->handshake.reset();
     if (!isStarted) {
         return reasonForEnd(child);

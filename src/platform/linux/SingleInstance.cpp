@@ -11,7 +11,7 @@ namespace platform {
 
 namespace {
 
-constexpr std::chrono::seconds kPatience{2};
+constexpr std::chrono::seconds kOwnerPatience{2};
 
 constexpr const char* kInterface = "org.freedesktop.Application";
 
@@ -100,7 +100,7 @@ int readPlatformData(sd_bus_message* message, PlatformData& data) {
 
 SingleInstance::SingleInstance(std::string identifier)
     : identifier_(std::move(identifier)), display_(currentDisplay()), path_(objectPath(identifier_)),
-      connection_(DBusConnection::Bus::Session, kPatience), stop_(::eventfd(0, EFD_CLOEXEC)) {}
+      connection_(DBusConnection::Bus::Session, kOwnerPatience), stop_(::eventfd(0, EFD_CLOEXEC)) {}
 
 SingleInstance::~SingleInstance() {
     leave();
@@ -118,7 +118,7 @@ bool SingleInstance::handOver() {
         return false;
     }
     // The display's own name first: who holds it is the copy that is meant.
-    const auto deadline = std::chrono::steady_clock::now() + kPatience;
+    const auto deadline = std::chrono::steady_clock::now() + kOwnerPatience;
     for (const auto& name : {identifier_ + '.' + nameElement(display_), identifier_}) {
         bool isOurs = claim(name);
         if (!isOurs && ownerComesForward(name, deadline)) {
@@ -135,7 +135,7 @@ bool SingleInstance::handOver() {
 bool SingleInstance::claim(const std::string& name) {
     constexpr std::uint32_t kDoNotQueue = 4;
     constexpr std::uint32_t kPrimaryOwner = 1;
-    connection_.setLimit(kPatience); // the bus itself answers at once
+    connection_.setLimit(kOwnerPatience); // the bus itself answers at once
     auto call = connection_.methodCall("org.freedesktop.DBus", "/org/freedesktop/DBus",
                                        "org.freedesktop.DBus", "RequestName");
     if (!call || sd_bus_message_append(call.get(), "su", name.c_str(), kDoNotQueue) < 0) {

@@ -9,7 +9,7 @@
 namespace {
 
 constexpr double kHeight = 24;
-constexpr double kMargin = 16; // of the first title; as in the rows
+constexpr double kFirstMargin = 16; // of the first title; as in the rows
 constexpr double kIndent = 8;
 
 const QColor kBand(0x22, 0x23, 0x26);
@@ -30,7 +30,7 @@ void ShortcutHeader::paintSection(QPainter* painter, const QRect& rectangle, int
     painter->fillRect(rectangle, kBand);
     painter->setFont(InterfaceFont::regular(InterfaceFont::kSecondarySize));
     painter->setPen(DarkPalette::secondaryTextColor());
-    const int indent = qRound(InterfaceFont::pixels(section == 0 ? kMargin : kIndent));
+    const int indent = qRound(InterfaceFont::pixels(section == 0 ? kFirstMargin : kIndent));
     painter->drawText(rectangle.adjusted(indent, 0, 0, 0), Qt::AlignVCenter | Qt::AlignLeading,
                       model()->headerData(section, Qt::Horizontal, Qt::DisplayRole).toString());
 }

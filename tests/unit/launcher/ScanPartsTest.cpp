@@ -38,18 +38,6 @@ std::vector<std::string> addManyFolders(const std::string& path) {
     return titles;
 }
 
-std::vector<std::string> titlesOf(const std::optional<AppController::AppList>& apps) {
-    std::vector<std::string> titles;
-    for (const auto& app : apps.value_or(AppController::AppList())) {
-        titles.push_back(app->title().value_or("(absent)"));
-    }
-    return titles;
-}
-
-std::vector<std::string> scannedTitles() {
-    return titlesOf(AppController::appsForFolder(applications()));
-}
-
 class ScanPartsFailure : public testing::Test {
 protected:
     void TearDown() override { VTLog::finishWriting(); } // the log's thread uses the services, too

@@ -26,18 +26,6 @@ AppController::AppList scan() {
     return AppController::appsForFolder(applications()).value_or(AppController::AppList());
 }
 
-std::vector<std::string> titles(const AppController::AppList& apps) {
-    std::vector<std::string> result;
-    for (const auto& app : apps) {
-        result.push_back(app->title().value_or("(absent)"));
-    }
-    return result;
-}
-
-std::vector<std::string> scannedTitles() {
-    return titles(scan());
-}
-
 void addLink(const std::string& path, const std::string& destination) {
     auto link = applications() + "/" + path;
     sandbox::makeFolder(fs::path(link).parent_path());
@@ -123,7 +111,7 @@ TEST(Scan, ValuesOfAnotherTypeCountAsAbsent) {
                {{"VTAppDescription", true}, {"VTGroupName", platform::PropertyList::Array{"Kelvandor"}}});
     writePlist("C.app/Contents/VTUpdates.plist", {{"VTGroupName", "Fallback"}});
     auto apps = scan();
-    ASSERT_THAT(titles(apps), ElementsAre("C"));
+    ASSERT_THAT(titlesOf(apps), ElementsAre("C"));
     EXPECT_EQ(apps[0]->description(), std::nullopt);
     EXPECT_EQ(apps[0]->groupName(), "Fallback");
 }
@@ -192,7 +180,7 @@ TEST(Scan, ADamagedDescriptorStillMarksATool) {
     writePlist("A.app/Contents/VTApp.plist", {{"VTGroupName", "not asked"}});
     writePlist("A.app/Contents/VTUpdates.plist", {{"VTGroupName", "Updates"}});
     auto apps = scan();
-    ASSERT_THAT(titles(apps), ElementsAre("A"));
+    ASSERT_THAT(titlesOf(apps), ElementsAre("A"));
     EXPECT_EQ(apps[0]->description(), std::nullopt);
     EXPECT_EQ(apps[0]->groupName(), "Updates");
 }
@@ -207,7 +195,7 @@ TEST(Scan, AFolderOrPipeInPlaceOfTheDescriptorExistsButSaysNothing) {
     fs::remove(applications() + "/C.app/Contents/Info.plist");
     fs::create_symlink("/dev/zero", applications() + "/C.app/Contents/Info.plist");
     auto apps = scan();
-    ASSERT_THAT(titles(apps), ElementsAre("A", "B"));
+    ASSERT_THAT(titlesOf(apps), ElementsAre("A", "B"));
     EXPECT_EQ(apps[0]->groupName(), std::nullopt);
 }
 
@@ -391,7 +379,7 @@ TEST(ScanLinks, ToOtherPlacesAreFollowed) {
     addLink("other", sandbox::root() + "/Volume");
     addLink("relative", "../Volume");
     auto apps = scan();
-    ASSERT_THAT(titles(apps), ElementsAre("A", "A"));
+    ASSERT_THAT(titlesOf(apps), ElementsAre("A", "A"));
     EXPECT_EQ(apps[0]->appPath(), applications() + "/other/A.app");
     EXPECT_EQ(apps[1]->appPath(), applications() + "/relative/A.app");
     EXPECT_THAT(sandbox::console().lines(), IsEmpty());

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "AppController.h"
 #include "PropertyListSerialization.h"
 #include "TestSandbox.h"
 
 #include <optional>
 #include <string>
+#include <vector>
 
 // Builds bundles for a scan to find. The paths are below the Applications folder of the sandbox.
 namespace tooltree {
@@ -36,6 +38,18 @@ inline void addTool(const std::string& path, const std::string& title,
         descriptor.emplace("VTGroupName", *group);
     }
     writePlist(path + "/Contents/Resources/VTApp.plist", descriptor);
+}
+
+inline std::vector<std::string> titlesOf(const std::optional<AppController::AppList>& apps) {
+    std::vector<std::string> titles;
+    for (const auto& app : apps.value_or(AppController::AppList())) {
+        titles.push_back(app->title().value_or("(absent)"));
+    }
+    return titles;
+}
+
+inline std::vector<std::string> scannedTitles() {
+    return titlesOf(AppController::appsForFolder(applications()));
 }
 
 } // namespace tooltree

@@ -2,6 +2,7 @@
 
 #include "QtMainThread.h"
 #include "TestSandbox.h"
+#include "Waiting.h"
 #include "WorkerThreads.h"
 
 #include <QApplication>
@@ -14,18 +15,6 @@
 #include <gmock/gmock.h>
 
 namespace {
-
-constexpr int kLimit = 30'000; // ms
-
-std::vector<QDialog*> shownAlerts() {
-    std::vector<QDialog*> alerts;
-    for (auto* widget : QApplication::topLevelWidgets()) {
-        if (auto* dialog = qobject_cast<QDialog*>(widget); dialog && dialog->isVisible()) {
-            alerts.push_back(dialog);
-        }
-    }
-    return alerts;
-}
 
 class PanelAlertsTest : public testing::Test {
 protected:

@@ -7,6 +7,7 @@
 #include "QtMainThread.h"
 #include "TestSandbox.h"
 #include "VTAlternateBlackTableView.h"
+#include "Waiting.h"
 
 #include "ToolTree.h"
 
@@ -18,8 +19,6 @@
 #include <memory>
 #include <string>
 #include <vector>
-
-inline constexpr int kLimit = 30'000; // ms
 
 // The panel on the offscreen platform, with tools that a test makes.
 class PanelFixture : public testing::Test {

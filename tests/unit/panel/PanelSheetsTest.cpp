@@ -1,10 +1,10 @@
 #include "PanelSheets.h"
 
-#include "DarkAlert.h"
 #include "PanelWindow.h"
 #include "QtMainThread.h"
 #include "TestSandbox.h"
 #include "VTAlert.h"
+#include "Waiting.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -21,18 +21,6 @@
 using testing::ElementsAre;
 
 namespace {
-
-constexpr int kLimit = 30'000; // ms
-
-std::vector<DarkAlert*> shownAlerts() {
-    std::vector<DarkAlert*> alerts;
-    for (auto* widget : QApplication::topLevelWidgets()) {
-        if (auto* alert = qobject_cast<DarkAlert*>(widget); alert && alert->isVisible()) {
-            alerts.push_back(alert);
-        }
-    }
-    return alerts;
-}
 
 QPushButton* button(const DarkAlert& alert, const QString& title) {
     for (auto* button : alert.findChildren<QPushButton*>()) {

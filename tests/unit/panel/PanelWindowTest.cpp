@@ -1,14 +1,13 @@
 #include "PanelWindow.h"
 
 #include "TestSandbox.h"
+#include "Waiting.h"
 
 #include <QTest>
 #include <QWidget>
 #include <gtest/gtest.h>
 
 namespace {
-
-constexpr int kLimit = 30'000; // ms
 
 struct PanelWindowTest : testing::Test {
     // Counts the animations that have come to their end.

@@ -17,15 +17,13 @@
 #include <thread>
 #include <unistd.h>
 
+using sandbox::path;
+
 namespace {
 
 using platform::ChildProcess;
 using platform::FileDescriptor;
 using Stream = ChildProcess::Stream;
-
-std::string path(const std::string& name) {
-    return sandbox::folder() + "/" + name;
-}
 
 // A shell running the script, its streams on pipes.
 ChildProcess::Program shell(const std::string& script, std::vector<std::string> arguments = {}) {

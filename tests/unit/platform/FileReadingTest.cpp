@@ -10,13 +10,11 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+using sandbox::path;
+
 namespace {
 
 constexpr std::size_t kLimit = 100;
-
-std::string path(const std::string& name) {
-    return sandbox::folder() + "/" + name;
-}
 
 platform::FileContents read(const std::string& file, std::size_t limit = kLimit) {
     return platform::readFileAt(AT_FDCWD, file.c_str(), limit);

@@ -8,11 +8,9 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-namespace {
+using sandbox::path;
 
-std::string path(const std::string& name) {
-    return sandbox::folder() + "/" + name;
-}
+namespace {
 
 struct stat status(const std::string& file) {
     struct stat result {};

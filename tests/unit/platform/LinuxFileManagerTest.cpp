@@ -16,16 +16,13 @@
 #include <thread>
 
 using platform::FileHandleException;
+using sandbox::path;
 using Names = std::vector<std::string>;
 
 namespace {
 
 // A file system that cannot rename without replacing.
 std::atomic<bool> renamesAlwaysReplace = false;
-
-std::string path(const std::string& name) {
-    return sandbox::folder() + "/" + name;
-}
 
 struct stat status(const std::string& file) {
     struct stat result {};
@@ -61,7 +58,7 @@ private:
     rlimit before_{};
 };
 
-class LinuxFileManager : public testing::Test {
+class LinuxFileManagerTest : public testing::Test {
 protected:
     Names names(const std::string& folder) {
         std::error_code error;
@@ -87,7 +84,7 @@ extern "C" int renameat2(int fromFolder, const char* from, int toFolder, const c
     return static_cast<int>(::syscall(SYS_renameat2, fromFolder, from, toFolder, to, flags));
 }
 
-TEST_F(LinuxFileManager, LooksThroughLinks) {
+TEST_F(LinuxFileManagerTest, LooksThroughLinks) {
     sandbox::writeFile(path("file"), "x");
     sandbox::makeFolder(path("folder"));
     symlink("file", path("link to file").c_str());
@@ -109,7 +106,7 @@ TEST_F(LinuxFileManager, LooksThroughLinks) {
     }
 }
 
-TEST_F(LinuxFileManager, KnowsWhatCanBeExecuted) {
+TEST_F(LinuxFileManagerTest, KnowsWhatCanBeExecuted) {
     sandbox::writeFile(path("program"), "x");
     EXPECT_FALSE(files_.isExecutableFile(path("program")));
     EXPECT_EQ(::chmod(path("program").c_str(), 0700), 0);
@@ -122,7 +119,7 @@ TEST_F(LinuxFileManager, KnowsWhatCanBeExecuted) {
     EXPECT_FALSE(files_.isExecutableFile(""));
 }
 
-TEST_F(LinuxFileManager, GivesTheTextOfALink) {
+TEST_F(LinuxFileManagerTest, GivesTheTextOfALink) {
     const std::string text = "../\xFF somewhere/./else//";
     symlink(text.c_str(), path("link").c_str());
     EXPECT_EQ(files_.destinationOfSymbolicLink(path("link")), text);
@@ -131,14 +128,14 @@ TEST_F(LinuxFileManager, GivesTheTextOfALink) {
     EXPECT_EQ(files_.destinationOfSymbolicLink(path("none")), std::nullopt);
 }
 
-TEST_F(LinuxFileManager, ReadsFilesAndFolders) {
+TEST_F(LinuxFileManagerTest, ReadsFilesAndFolders) {
     sandbox::writeFile(path("folder/\xFFname"), "bytes");
     EXPECT_EQ(files_.contents(path("folder/\xFFname"), 5).bytes, "bytes");
     EXPECT_FALSE(files_.contents(path("folder/\xFFname"), 4).bytes);
     EXPECT_EQ(names(path("folder")), Names{"\xFFname"});
 }
 
-TEST_F(LinuxFileManager, MakesFoldersWithTheirParents) {
+TEST_F(LinuxFileManagerTest, MakesFoldersWithTheirParents) {
     const auto mask = umask(027);
     EXPECT_FALSE(files_.createDirectory(path("one/two/three")));
     umask(mask);
@@ -153,7 +150,7 @@ TEST_F(LinuxFileManager, MakesFoldersWithTheirParents) {
     EXPECT_TRUE(files_.isDirectory(path("one/six")));
 }
 
-TEST_F(LinuxFileManager, SaysWhyAFolderCannotBeMade) {
+TEST_F(LinuxFileManagerTest, SaysWhyAFolderCannotBeMade) {
     sandbox::writeFile(path("file"), "x");
     symlink("nowhere", path("dangling").c_str());
     EXPECT_EQ(files_.createDirectory(path("file")), std::errc::file_exists);
@@ -167,7 +164,7 @@ TEST_F(LinuxFileManager, SaysWhyAFolderCannotBeMade) {
     EXPECT_FALSE(sandbox::exists(path("nowhere")));
 }
 
-TEST_F(LinuxFileManager, MakesAFolderForItsOwnerAlone) {
+TEST_F(LinuxFileManagerTest, MakesAFolderForItsOwnerAlone) {
     const auto mask = umask(0);
     EXPECT_FALSE(files_.createPrivateDirectory(path("private")));
     umask(mask);
@@ -183,7 +180,7 @@ TEST_F(LinuxFileManager, MakesAFolderForItsOwnerAlone) {
     EXPECT_FALSE(sandbox::exists(path("nowhere")));
 }
 
-TEST_F(LinuxFileManager, ManyMayMakeTheSameFolder) {
+TEST_F(LinuxFileManagerTest, ManyMayMakeTheSameFolder) {
     std::atomic<int> failures = 0;
     {
         std::vector<std::jthread> threads;
@@ -201,7 +198,7 @@ TEST_F(LinuxFileManager, ManyMayMakeTheSameFolder) {
     EXPECT_TRUE(files_.isDirectory(path("many/49/deep/down")));
 }
 
-TEST_F(LinuxFileManager, RemovesItemsAndNotWhatTheyLeadTo) {
+TEST_F(LinuxFileManagerTest, RemovesItemsAndNotWhatTheyLeadTo) {
     sandbox::writeFile(path("kept/file"), "x");
     sandbox::writeFile(path("folder/deep/file"), "x");
     symlink("../kept", path("folder/link").c_str());
@@ -218,7 +215,7 @@ TEST_F(LinuxFileManager, RemovesItemsAndNotWhatTheyLeadTo) {
     EXPECT_FALSE(sandbox::exists(path("folder")));
 }
 
-TEST_F(LinuxFileManager, SaysWhyAnItemCannotBeRemoved) {
+TEST_F(LinuxFileManagerTest, SaysWhyAnItemCannotBeRemoved) {
     sandbox::writeFile(path("folder/file"), "x");
     EXPECT_EQ(files_.removeItem(path("none")), std::errc::no_such_file_or_directory);
     EXPECT_EQ(files_.removeItem(path("none/at all")), std::errc::no_such_file_or_directory);
@@ -229,7 +226,7 @@ TEST_F(LinuxFileManager, SaysWhyAnItemCannotBeRemoved) {
     EXPECT_EQ(sandbox::readFile(path("folder/file")), "x");
 }
 
-TEST_F(LinuxFileManager, MovesItemsToFreePlacesOnly) {
+TEST_F(LinuxFileManagerTest, MovesItemsToFreePlacesOnly) {
     for (bool withoutHelp : {false, true}) {
         SCOPED_TRACE(withoutHelp);
         renamesAlwaysReplace = withoutHelp;
@@ -258,7 +255,7 @@ TEST_F(LinuxFileManager, MovesItemsToFreePlacesOnly) {
     }
 }
 
-TEST_F(LinuxFileManager, WritesNewFiles) {
+TEST_F(LinuxFileManagerTest, WritesNewFiles) {
     const auto mask = umask(027);
     sandbox::makeFolder(path("folder"));
     const std::string longest(NAME_MAX, 'n');
@@ -273,7 +270,7 @@ TEST_F(LinuxFileManager, WritesNewFiles) {
     EXPECT_EQ(names(path("folder")), (Names{"empty", "file", longest, "\xFF\n"}));
 }
 
-TEST_F(LinuxFileManager, ReplacesFilesAsAWhole) {
+TEST_F(LinuxFileManagerTest, ReplacesFilesAsAWhole) {
     sandbox::writeFile(path("folder/file"), "before");
     // The system takes the set-user-ID bit from what an ordinary user writes.
     const mode_t mode = geteuid() == 0 ? 04751 : 0751;
@@ -290,7 +287,7 @@ TEST_F(LinuxFileManager, ReplacesFilesAsAWhole) {
     EXPECT_EQ(names(path("folder")), Names{"file"});
 }
 
-TEST_F(LinuxFileManager, KeepsTheOwnerOfAReplacedFile) {
+TEST_F(LinuxFileManagerTest, KeepsTheOwnerOfAReplacedFile) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "gives files away, which takes root";
     }
@@ -303,7 +300,7 @@ TEST_F(LinuxFileManager, KeepsTheOwnerOfAReplacedFile) {
     EXPECT_EQ(modeOf(path("file")), 06640U);
 }
 
-TEST_F(LinuxFileManager, TakesOverAFileThatItCannotGiveBack) {
+TEST_F(LinuxFileManagerTest, TakesOverAFileThatItCannotGiveBack) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "becomes another user, which takes root";
     }
@@ -321,7 +318,7 @@ TEST_F(LinuxFileManager, TakesOverAFileThatItCannotGiveBack) {
     EXPECT_EQ(modeOf(path("open/file")), 0755U); // and nobody runs it as 4321 by that
 }
 
-TEST_F(LinuxFileManager, NeedsNoLeaveToListTheFolder) {
+TEST_F(LinuxFileManagerTest, NeedsNoLeaveToListTheFolder) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "becomes another user, which takes root";
     }
@@ -336,7 +333,7 @@ TEST_F(LinuxFileManager, NeedsNoLeaveToListTheFolder) {
     EXPECT_EQ(sandbox::readFile(path("drop/file")), "y");
 }
 
-TEST_F(LinuxFileManager, ReplacesAFileWhereItReallyIs) {
+TEST_F(LinuxFileManagerTest, ReplacesAFileWhereItReallyIs) {
     sandbox::writeFile(path("elsewhere/file"), "before");
     chmod(path("elsewhere/file").c_str(), 0600);
     sandbox::makeFolder(path("folder"));
@@ -351,7 +348,7 @@ TEST_F(LinuxFileManager, ReplacesAFileWhereItReallyIs) {
     EXPECT_EQ(names(path("elsewhere")), Names{"file"});
 }
 
-TEST_F(LinuxFileManager, PutsAFileInPlaceOfALinkToNowhere) {
+TEST_F(LinuxFileManagerTest, PutsAFileInPlaceOfALinkToNowhere) {
     for (const auto& destination : {"nowhere", "link"}) { // the second leads back to itself
         symlink(destination, path("link").c_str());
         EXPECT_FALSE(files_.writeAtomically(path("link"), "x"));
@@ -361,7 +358,7 @@ TEST_F(LinuxFileManager, PutsAFileInPlaceOfALinkToNowhere) {
     }
 }
 
-TEST_F(LinuxFileManager, ReplacesNothingButFiles) {
+TEST_F(LinuxFileManagerTest, ReplacesNothingButFiles) {
     sandbox::makeFolder(path("folder/sub"));
     mkfifo(path("folder/pipe").c_str(), 0600);
     symlink("sub", path("folder/link").c_str());
@@ -373,7 +370,7 @@ TEST_F(LinuxFileManager, ReplacesNothingButFiles) {
     EXPECT_EQ(names(path("folder")), (Names{"link", "pipe", "sub"}));
 }
 
-TEST_F(LinuxFileManager, SaysWhyAFileCannotBeWritten) {
+TEST_F(LinuxFileManagerTest, SaysWhyAFileCannotBeWritten) {
     sandbox::writeFile(path("file"), "x");
     EXPECT_EQ(files_.writeAtomically(path("none/file"), "x"), std::errc::no_such_file_or_directory);
     EXPECT_EQ(files_.writeAtomically(path("file/below"), "x"), std::errc::not_a_directory);
@@ -383,7 +380,7 @@ TEST_F(LinuxFileManager, SaysWhyAFileCannotBeWritten) {
     EXPECT_FALSE(sandbox::exists(path("none")));
 }
 
-TEST_F(LinuxFileManager, LeavesEverythingAsItWasWhenTheDiskIsFull) {
+TEST_F(LinuxFileManagerTest, LeavesEverythingAsItWasWhenTheDiskIsFull) {
     sandbox::writeFile(path("folder/file"), "before");
     {
         FullDisk disk(10);
@@ -394,7 +391,7 @@ TEST_F(LinuxFileManager, LeavesEverythingAsItWasWhenTheDiskIsFull) {
     EXPECT_EQ(names(path("folder")), Names{"file"});
 }
 
-TEST_F(LinuxFileManager, WritesThroughAHandle) {
+TEST_F(LinuxFileManagerTest, WritesThroughAHandle) {
     sandbox::writeFile(path("file"), "0123456789");
     symlink("file", path("link").c_str());
     auto handle = files_.openForWriting(path("link"));
@@ -407,7 +404,7 @@ TEST_F(LinuxFileManager, WritesThroughAHandle) {
     EXPECT_EQ(sandbox::readFile(path("file")), std::string("abc3456789\0end", 14));
 }
 
-TEST_F(LinuxFileManager, TellsHowMuchOfAFailedWriteReachedTheFile) {
+TEST_F(LinuxFileManagerTest, TellsHowMuchOfAFailedWriteReachedTheFile) {
     sandbox::writeFile(path("file"), "");
     auto handle = files_.openForWriting(path("file"));
     ASSERT_TRUE(handle);
@@ -424,7 +421,7 @@ TEST_F(LinuxFileManager, TellsHowMuchOfAFailedWriteReachedTheFile) {
     EXPECT_EQ(sandbox::readFile(path("file")), "0123456789");
 }
 
-TEST_F(LinuxFileManager, OpensNothingButFilesForWriting) {
+TEST_F(LinuxFileManagerTest, OpensNothingButFilesForWriting) {
     sandbox::makeFolder(path("folder"));
     mkfifo(path("pipe").c_str(), 0600);
     symlink("nowhere", path("dangling").c_str());

@@ -18,6 +18,7 @@ using platform::EntryKind;
 using platform::Folder;
 using platform::LinuxFolder;
 using platform::Listing;
+using sandbox::path;
 using Names = std::vector<std::string>;
 
 namespace {
@@ -26,10 +27,6 @@ constexpr std::size_t kLimit = 100;
 
 // A file system that does not tell what its entries are.
 std::atomic<bool> kindsAreUnknown = false;
-
-std::string path(const std::string& name) {
-    return sandbox::folder() + "/" + name;
-}
 
 std::vector<DirectoryEntry> list(Folder& folder, Listing listing = Listing::Everything) {
     std::error_code error;

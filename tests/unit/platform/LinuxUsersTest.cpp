@@ -41,9 +41,9 @@ std::optional<passwd> ordinaryUser() {
     return found;
 }
 
-class LinuxUsers : public testing::Test {
+class LinuxUsersTest : public testing::Test {
 protected:
-    LinuxUsers() {
+    LinuxUsersTest() {
         unsetenv("PKEXEC_UID");
         unsetenv("SUDO_UID");
         setenv("HOME", sandbox::home().c_str(), 1);
@@ -58,14 +58,14 @@ Name standIn(const passwd& invoker) {
 
 } // namespace
 
-TEST_F(LinuxUsers, KnowsTheProcess) {
+TEST_F(LinuxUsersTest, KnowsTheProcess) {
     platform::LinuxUsers users;
     EXPECT_EQ(users.realUserID(), getuid());
     const auto* entry = getpwuid(getuid());
     EXPECT_EQ(users.loginName(), entry ? Name(entry->pw_name) : std::nullopt);
 }
 
-TEST_F(LinuxUsers, TakesTheHomeFromTheEnvironmentWhenItIsAbsolute) {
+TEST_F(LinuxUsersTest, TakesTheHomeFromTheEnvironmentWhenItIsAbsolute) {
     platform::LinuxUsers users;
     EXPECT_EQ(users.homeDirectory(), sandbox::home());
     setenv("HOME", "/nowhere/at/all//", 1);
@@ -82,14 +82,14 @@ TEST_F(LinuxUsers, TakesTheHomeFromTheEnvironmentWhenItIsAbsolute) {
     EXPECT_EQ(users.homeDirectory(), known);
 }
 
-TEST_F(LinuxUsers, KnowsTheHomesOfOthers) {
+TEST_F(LinuxUsersTest, KnowsTheHomesOfOthers) {
     platform::LinuxUsers users;
     EXPECT_EQ(users.homeDirectoryForUser("root"), "/root");
     EXPECT_EQ(users.homeDirectoryForUser("nobody there"), std::nullopt);
     EXPECT_EQ(users.homeDirectoryForUser(""), std::nullopt);
 }
 
-TEST_F(LinuxUsers, ConsoleUserIsWhoHasTheActiveSessionOfTheFirstSeat) {
+TEST_F(LinuxUsersTest, ConsoleUserIsWhoHasTheActiveSessionOfTheFirstSeat) {
     LoginManager login;
     login.addSession("c1", "seat0", "alice");
     login.addSession("c2", "seat1", "bob");
@@ -100,14 +100,14 @@ TEST_F(LinuxUsers, ConsoleUserIsWhoHasTheActiveSessionOfTheFirstSeat) {
     EXPECT_EQ(consoleUser(), "alice");
 }
 
-TEST_F(LinuxUsers, ConsoleUserOfAGreeterIsTheLoginWindow) {
+TEST_F(LinuxUsersTest, ConsoleUserOfAGreeterIsTheLoginWindow) {
     LoginManager login;
     login.addSession("c1", "seat0", "greeting-service");
     login.setText("c1", "Class", "greeter");
     EXPECT_EQ(consoleUser(), "loginwindow");
 }
 
-TEST_F(LinuxUsers, ConsoleUserOfAnEmptySeatIsAbsent) {
+TEST_F(LinuxUsersTest, ConsoleUserOfAnEmptySeatIsAbsent) {
     const auto invoker = ordinaryUser();
     if (invoker) {
         setenv("SUDO_UID", std::to_string(invoker->pw_uid).c_str(), 1); // logind has the word
@@ -120,14 +120,14 @@ TEST_F(LinuxUsers, ConsoleUserOfAnEmptySeatIsAbsent) {
     EXPECT_EQ(consoleUser(), std::nullopt);
 }
 
-TEST_F(LinuxUsers, ConsoleUserWithoutANameIsAbsent) {
+TEST_F(LinuxUsersTest, ConsoleUserWithoutANameIsAbsent) {
     LoginManager login;
     login.addSession("c1", "seat0", "alice");
     login.setText("c1", "Name", "");
     EXPECT_EQ(consoleUser(), std::nullopt);
 }
 
-TEST_F(LinuxUsers, WithoutABusTheInvokingUserStandsInForRoot) {
+TEST_F(LinuxUsersTest, WithoutABusTheInvokingUserStandsInForRoot) {
     const auto invoker = ordinaryUser();
     if (!invoker) {
         GTEST_SKIP() << "the user database knows root alone";
@@ -148,7 +148,7 @@ TEST_F(LinuxUsers, WithoutABusTheInvokingUserStandsInForRoot) {
     EXPECT_EQ(consoleUser(), standIn(*invoker));
 }
 
-TEST_F(LinuxUsers, WithoutALoginManagerTheInvokingUserStandsInForRoot) {
+TEST_F(LinuxUsersTest, WithoutALoginManagerTheInvokingUserStandsInForRoot) {
     const auto invoker = ordinaryUser();
     if (!invoker) {
         GTEST_SKIP() << "the user database knows root alone";
@@ -160,13 +160,13 @@ TEST_F(LinuxUsers, WithoutALoginManagerTheInvokingUserStandsInForRoot) {
     EXPECT_EQ(consoleUser(), standIn(*invoker));
 }
 
-TEST_F(LinuxUsers, DoesNotWaitForABusThatNeverAnswers) {
+TEST_F(LinuxUsersTest, DoesNotWaitForABusThatNeverAnswers) {
     MuteSocket mute;
     setenv("DBUS_SYSTEM_BUS_ADDRESS", MuteSocket::address().c_str(), 1);
     EXPECT_TRUE(givesUpSoon(std::nullopt));
 }
 
-TEST_F(LinuxUsers, DoesNotWaitForALoginManagerThatNeverAnswers) {
+TEST_F(LinuxUsersTest, DoesNotWaitForALoginManagerThatNeverAnswers) {
     PrivateBus bus;
     auto owner = bus.connect();
     succeed(sd_bus_request_name(owner.get(), kLoginManager, 0), "RequestName");
@@ -174,7 +174,7 @@ TEST_F(LinuxUsers, DoesNotWaitForALoginManagerThatNeverAnswers) {
     EXPECT_TRUE(givesUpSoon(std::nullopt));
 }
 
-TEST_F(LinuxUsers, DoesNotAskAgainSoonWhenItHasWaitedInVain) {
+TEST_F(LinuxUsersTest, DoesNotAskAgainSoonWhenItHasWaitedInVain) {
     platform::LinuxUsers users;
     {
         MuteSocket mute;

@@ -12,7 +12,7 @@ std::optional<PropertyList> parsed(std::string_view value) {
     return parsePropertyList("<plist version=\"1.0\">" + std::string(value) + "</plist>");
 }
 
-std::string repeated(std::string_view text, std::size_t count) {
+std::string repetition(std::string_view text, std::size_t count) {
     std::string result;
     result.reserve(text.size() * count);
     for (std::size_t i = 0; i < count; ++i) {
@@ -316,7 +316,7 @@ TEST(PlainXmlPropertyList, EveryTruncationIsDamage) {
 
 TEST(PlainXmlPropertyList, DepthIsBounded) {
     auto nested = [](std::string_view open, std::string_view close, std::size_t depth) {
-        return parsed(repeated(open, depth - 1) + "<true/>" + repeated(close, depth - 1));
+        return parsed(repetition(open, depth - 1) + "<true/>" + repetition(close, depth - 1));
     };
     EXPECT_TRUE(nested("<array>", "</array>", kPropertyListMaximumDepth));
     EXPECT_FALSE(nested("<array>", "</array>", kPropertyListMaximumDepth + 1));
@@ -324,12 +324,12 @@ TEST(PlainXmlPropertyList, DepthIsBounded) {
     EXPECT_FALSE(nested("<dict><key/>", "</dict>", kPropertyListMaximumDepth + 1));
     EXPECT_FALSE(nested("<array>", "</array>", 100'000));
     EXPECT_FALSE(nested("<dict><key/>", "</dict>", 100'000));
-    EXPECT_FALSE(parsed(repeated("<array>", 100'000)));
+    EXPECT_FALSE(parsed(repetition("<array>", 100'000)));
 }
 
 TEST(PlainXmlPropertyList, TheNumberOfValuesIsBounded) {
-    EXPECT_TRUE(parsed("<array>" + repeated("<true/>", kPropertyListMaximumNodes - 1) + "</array>"));
-    EXPECT_FALSE(parsed("<array>" + repeated("<true/>", kPropertyListMaximumNodes) + "</array>"));
+    EXPECT_TRUE(parsed("<array>" + repetition("<true/>", kPropertyListMaximumNodes - 1) + "</array>"));
+    EXPECT_FALSE(parsed("<array>" + repetition("<true/>", kPropertyListMaximumNodes) + "</array>"));
 }
 
 TEST(PlainXmlPropertyList, TheSizeIsBounded) {
@@ -344,16 +344,16 @@ TEST(PlainXmlPropertyList, TheSizeIsBounded) {
 
 // What takes minutes and more in a reader that looks at anything twice.
 TEST(PlainXmlPropertyList, BigFilesOfOneThingAreReadInOnePass) {
-    auto entities = parsed("<string>" + repeated("&amp;", 500'000) + "</string>");
+    auto entities = parsed("<string>" + repetition("&amp;", 500'000) + "</string>");
     ASSERT_TRUE(entities && entities->string());
     EXPECT_EQ(entities->string()->size(), 500'000U);
-    EXPECT_FALSE(parsed("<string>" + repeated("&", 1'000'000)));
-    EXPECT_FALSE(parsed("<string>" + repeated("<", 1'000'000)));
-    EXPECT_FALSE(parsed("<string>" + repeated("<![CDATA[", 200'000)));
-    EXPECT_TRUE(parsed(repeated("<!---->", 200'000) + "<true/>"));
-    EXPECT_FALSE(parsed(repeated("<!--", 500'000)));
-    EXPECT_FALSE(parsePropertyList("<plist " + repeated("a='' ", 300'000)));
-    EXPECT_FALSE(parsePropertyList("<!DOCTYPE " + repeated("'' ", 500'000)));
+    EXPECT_FALSE(parsed("<string>" + repetition("&", 1'000'000)));
+    EXPECT_FALSE(parsed("<string>" + repetition("<", 1'000'000)));
+    EXPECT_FALSE(parsed("<string>" + repetition("<![CDATA[", 200'000)));
+    EXPECT_TRUE(parsed(repetition("<!---->", 200'000) + "<true/>"));
+    EXPECT_FALSE(parsed(repetition("<!--", 500'000)));
+    EXPECT_FALSE(parsePropertyList("<plist " + repetition("a='' ", 300'000)));
+    EXPECT_FALSE(parsePropertyList("<!DOCTYPE " + repetition("'' ", 500'000)));
     std::string keys;
     for (int i = 0; i < 50'000; ++i) {
         keys += "<key>" + std::to_string(i) + "</key><true/>";

@@ -19,11 +19,9 @@
 
 using Path = std::optional<std::string>;
 
-namespace {
+using sandbox::path;
 
-std::string path(const std::string& name) {
-    return sandbox::folder() + "/" + name;
-}
+namespace {
 
 // A file manager on which certain files hold what the test says.
 class MadeUpFiles : public FailingFileManager {

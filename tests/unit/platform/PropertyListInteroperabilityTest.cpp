@@ -11,8 +11,6 @@ using namespace platform;
 
 namespace {
 
-constexpr PropertyListFormat kFormats[] = {PropertyListFormat::Xml, PropertyListFormat::Binary};
-
 bool runPython(std::string script) {
     std::string program = "/usr/bin/python3";
     std::string option = "-c";
@@ -45,7 +43,7 @@ const PropertyList& everyKind() {
 } // namespace
 
 TEST(PropertyListInteroperability, TheOtherReadsWhatThisWrites) {
-    for (auto format : kFormats) {
+    for (auto format : {PropertyListFormat::Xml, PropertyListFormat::Binary}) {
         sandbox::writeFile(sandbox::folder() + "/list", serializePropertyList(everyKind(), format));
         EXPECT_TRUE(runPython(R"(
 import datetime, plistlib, sys

@@ -49,7 +49,7 @@ PropertyList nested(std::size_t depth) {
     return list;
 }
 
-PropertyList::Array repeated(const PropertyList& value, std::size_t count) {
+PropertyList::Array copies(const PropertyList& value, std::size_t count) {
     return PropertyList::Array(count, value);
 }
 
@@ -193,9 +193,8 @@ TEST(PropertyListSerialization, EveryOtherKindSurvives) {
         expectRoundTrip(PropertyList::Data{bytes});
     }
     for (std::size_t count : {0U, 1U, 14U, 15U, 16U, 255U, 256U, 257U, 4'999U}) {
-        expectRoundTrip(repeated("x", count));
-        expectRoundTrip(
-            repeated(PropertyList::Dictionary{{"a", 1}, {"b", PropertyList::Array{}}}, count / 4));
+        expectRoundTrip(copies("x", count));
+        expectRoundTrip(copies(PropertyList::Dictionary{{"a", 1}, {"b", PropertyList::Array{}}}, count / 4));
         PropertyList::Dictionary dictionary;
         for (std::size_t i = 0; i < count; ++i) {
             dictionary.emplace("key " + std::to_string(i), static_cast<std::int64_t>(i));
@@ -251,11 +250,11 @@ TEST(PropertyListSerialization, WhatXmlSpellsDeeperIsStillReadBack) {
 }
 
 TEST(PropertyListSerialization, WhatIsTooLargeIsRefused) {
-    expectRoundTrip(repeated("x", kPropertyListMaximumWrittenNodes - 1));
-    expectRefusal(repeated("x", kPropertyListMaximumWrittenNodes), PropertyListFormat::Binary);
-    const PropertyList most = repeated(true, kPropertyListMaximumNodes - 1);
+    expectRoundTrip(copies("x", kPropertyListMaximumWrittenNodes - 1));
+    expectRefusal(copies("x", kPropertyListMaximumWrittenNodes), PropertyListFormat::Binary);
+    const PropertyList most = copies(true, kPropertyListMaximumNodes - 1);
     EXPECT_EQ(parsePropertyList(serializePropertyList(most, PropertyListFormat::Xml)), most);
-    expectRefusal(repeated(true, kPropertyListMaximumNodes), PropertyListFormat::Xml);
+    expectRefusal(copies(true, kPropertyListMaximumNodes), PropertyListFormat::Xml);
     PropertyList::Dictionary dictionary; // counts itself and, for each entry, key and value
     for (std::size_t i = 0; i < kPropertyListMaximumWrittenNodes / 2; ++i) {
         dictionary.emplace(std::to_string(i), true);
@@ -266,7 +265,7 @@ TEST(PropertyListSerialization, WhatIsTooLargeIsRefused) {
     expectRefusal(std::string(kPropertyListMaximumBytes + 1, 'x'));
     expectRefusal(PropertyList::Data{std::string(kPropertyListMaximumBytes + 1, 'x')});
     // Shared in the file, but not once it is read.
-    expectRefusal(repeated(std::string(1 << 20, 'x'), 5));
+    expectRefusal(copies(std::string(1 << 20, 'x'), 5));
     // Small enough as a list, but not as a file.
     expectRefusal(std::string(kPropertyListMaximumBytes / 4, '<'), PropertyListFormat::Xml);
     expectRefusal(PropertyList::Data{std::string(kPropertyListMaximumBytes / 4 * 3, 'x')},

@@ -21,6 +21,7 @@ protected:
         std::vector<std::shared_ptr<void>> objects;
         std::thread::id thread;
         VTTaskEx* runner = nullptr;
+        std::shared_ptr<platform::ChildProcess> child;
         std::atomic<int> ends = 0;
 
         VTTaskEx::Delegate delegate() {
@@ -29,6 +30,7 @@ protected:
                 bytes += chunk;
                 objects.push_back(object);
                 runner = &task;
+                child = task.theTask();
                 thread = std::this_thread::get_id();
                 if (chunk.empty()) {
                     ++ends;
@@ -133,10 +135,9 @@ TEST_F(VTTaskExAsyncTest, AChildThatClosesItsOutputIsMadeToEnd) {
     Received received;
     const auto never = fifo("never");
     runner_->asyncDataFromTask(script("run", "exec >&-; read line <" + never), {}, received.delegate());
-    const auto task = runner_->theTask();
     received.waitForEnd();
-    task->waitUntilExit();
-    EXPECT_EQ(task->terminationStatus(), SIGTERM);
+    received.child->waitUntilExit();
+    EXPECT_EQ(received.child->terminationStatus(), SIGTERM);
     release(runner_);
 }
 

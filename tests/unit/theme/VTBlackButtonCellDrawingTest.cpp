@@ -16,9 +16,9 @@ using ControlSize = ButtonCell::ControlSize;
 using ImagePosition = ButtonCell::ImagePosition;
 using Title = ButtonCell::AttributedTitle;
 
-constexpr QSize kPicture(130, 50);
+constexpr QSize kButtonPicture(130, 50);
 // Colours are rounded in other places here.
-constexpr int kTolerance = 3;
+constexpr int kButtonTolerance = 3;
 
 // The capsule in this box, which is half a point lower than its inset frame.
 QPainterPath capsuleIn(const QRectF& box) {
@@ -35,7 +35,7 @@ struct Face {
 };
 constexpr Face kNormal{0.251f, 0.255f, 0.118f, 0.6f};
 constexpr Face kPushed{0.451f, 0.455f, 0.318f, 0.6f};
-constexpr Face kDisabled{0.251f, 0.255f, 0.118f, 0.2f};
+constexpr Face kDisabledFace{0.251f, 0.255f, 0.118f, 0.2f};
 
 void drawReference(QPainter& painter, const QRectF& box, const Face& face, bool shadow) {
     painter.setRenderHint(QPainter::Antialiasing);
@@ -54,12 +54,12 @@ void drawReference(QPainter& painter, const QRectF& box, const Face& face, bool 
 
 // What the cell draws that fills the frame.
 QImage drawn(const VTBlackButtonCell& cell, const QRectF& frame, double scale = 1) {
-    return offscreen::picture(kPicture, scale,
+    return offscreen::picture(kButtonPicture, scale,
                               [&](QPainter& painter) { cell.drawRoundRectButtonInFrame(frame, painter); });
 }
 
 QImage reference(const QRectF& box, const Face& face, bool shadow, double scale = 1) {
-    return offscreen::picture(kPicture, scale,
+    return offscreen::picture(kButtonPicture, scale,
                               [&](QPainter& painter) { drawReference(painter, box, face, shadow); });
 }
 
@@ -86,7 +86,7 @@ constexpr QRectF kTitleFrame(1.5, 1, 97, 19);
 constexpr QRectF kTextFrame(6.5, 1, 87, 17);
 
 QImage titleDrawn(const VTBlackButtonCell& cell, const Title& title, QRectF* returned = nullptr) {
-    return offscreen::picture(kPicture, 1, [&](QPainter& painter) {
+    return offscreen::picture(kButtonPicture, 1, [&](QPainter& painter) {
         const QRectF rectangle = cell.drawTitle(title, kTitleFrame, painter);
         if (returned)
             *returned = rectangle;
@@ -95,7 +95,7 @@ QImage titleDrawn(const VTBlackButtonCell& cell, const Title& title, QRectF* ret
 
 QImage textReference(const QString& text, const QFont& font, const QColor& colour, const QRectF& frame,
                      Qt::Alignment alignment = Qt::AlignHCenter) {
-    return offscreen::picture(kPicture, 1, [&](QPainter& painter) {
+    return offscreen::picture(kButtonPicture, 1, [&](QPainter& painter) {
         painter.setFont(font);
         painter.setPen(colour);
         painter.drawText(frame, static_cast<int>(alignment | Qt::AlignVCenter), text);
@@ -146,22 +146,22 @@ TEST(VTBlackButtonCellDrawingTest, EverySizeInEveryStateAtEveryScale) {
         Face face;
     };
     const State states[] = {
-        {true, false, 0, 0, 14, kNormal},    // momentary
-        {true, true, 0, 0, 14, kPushed},     //
-        {true, false, 1, 0, 14, kNormal},    //
-        {true, false, 0, 12, 12, kNormal},   // on or off
-        {true, true, 0, 12, 12, kNormal},    //
-        {true, false, 1, 12, 12, kPushed},   //
-        {true, true, 1, 12, 12, kPushed},    //
-        {true, false, 2, 12, 12, kNormal},   // mixed is not on
-        {true, false, 1, 12, 14, kPushed},   // pushed on or off
-        {true, true, 0, 12, 14, kNormal},    //
-        {true, false, 1, 12, 6, kNormal},    // other masks
-        {true, true, 0, 12, 6, kPushed},     //
-        {true, false, 1, 14, 12, kNormal},   //
-        {true, true, 0, 1, 3, kPushed},      //
-        {false, false, 0, 0, 14, kDisabled}, // disabled
-        {false, true, 1, 12, 12, kDisabled}, //
+        {true, false, 0, 0, 14, kNormal},        // momentary
+        {true, true, 0, 0, 14, kPushed},         //
+        {true, false, 1, 0, 14, kNormal},        //
+        {true, false, 0, 12, 12, kNormal},       // on or off
+        {true, true, 0, 12, 12, kNormal},        //
+        {true, false, 1, 12, 12, kPushed},       //
+        {true, true, 1, 12, 12, kPushed},        //
+        {true, false, 2, 12, 12, kNormal},       // mixed is not on
+        {true, false, 1, 12, 14, kPushed},       // pushed on or off
+        {true, true, 0, 12, 14, kNormal},        //
+        {true, false, 1, 12, 6, kNormal},        // other masks
+        {true, true, 0, 12, 6, kPushed},         //
+        {true, false, 1, 14, 12, kNormal},       //
+        {true, true, 0, 1, 3, kPushed},          //
+        {false, false, 0, 0, 14, kDisabledFace}, // disabled
+        {false, true, 1, 12, 12, kDisabledFace}, //
     };
     for (const double scale : {1.0, 2.0})
         for (const Size& size : sizes)
@@ -174,7 +174,8 @@ TEST(VTBlackButtonCellDrawingTest, EverySizeInEveryStateAtEveryScale) {
                 cell.showsStateBy = state.showsStateBy;
                 cell.highlightsBy = state.highlightsBy;
                 const QImage expected = reference(size.box, state.face, state.enabled, scale);
-                EXPECT_LE(offscreen::largestDifference(drawn(cell, size.frame, scale), expected), kTolerance)
+                EXPECT_LE(offscreen::largestDifference(drawn(cell, size.frame, scale), expected),
+                          kButtonTolerance)
                     << "scale " << scale << ", size " << static_cast<int>(size.size) << ", masks "
                     << state.showsStateBy << "/" << state.highlightsBy << ", state " << state.state
                     << (state.highlighted ? ", highlighted" : "") << (state.enabled ? "" : ", disabled");
@@ -185,7 +186,7 @@ TEST(VTBlackButtonCellDrawingTest, TheToleranceTellsTheStatesApart) {
     const QRectF box(1.5, 0.5, 97, 19);
     const QImage normal = reference(box, kNormal, true);
     EXPECT_GT(offscreen::largestDifference(normal, reference(box, kPushed, true)), 20);
-    EXPECT_GT(offscreen::largestDifference(normal, reference(box, kDisabled, true)), 20);
+    EXPECT_GT(offscreen::largestDifference(normal, reference(box, kDisabledFace, true)), 20);
     EXPECT_GT(offscreen::largestDifference(normal, reference(box, kNormal, false)), 10);
     EXPECT_GT(offscreen::largestDifference(normal, reference(box.translated(0, 0.5), kNormal, true)), 20);
 }
@@ -224,7 +225,7 @@ TEST(VTBlackButtonCellDrawingTest, TheSubclassesPaletteIsUsed) {
     solid.alpha = 1;
     EXPECT_LE(offscreen::largestDifference(drawn(Solid(), {0, 0, 100, 22}),
                                            reference({1.5, 0.5, 97, 19}, solid, true)),
-              kTolerance);
+              kButtonTolerance);
 }
 
 TEST(VTBlackButtonCellDrawingTest, TheWholeButtonHasItsNaturalHeightFromTheFramesOrigin) {
@@ -232,11 +233,11 @@ TEST(VTBlackButtonCellDrawingTest, TheWholeButtonHasItsNaturalHeightFromTheFrame
     cell.attributedTitle = titled("");
     ASSERT_EQ(cell.cellSize().height(), 22);
     for (const double height : {10.0, 22.0, 40.0}) {
-        const QImage image = offscreen::picture(kPicture, 1, [&](QPainter& painter) {
+        const QImage image = offscreen::picture(kButtonPicture, 1, [&](QPainter& painter) {
             cell.drawWithFrame({7, 5, 100, height}, painter);
         });
         EXPECT_LE(offscreen::largestDifference(image, reference({8.5, 5.5, 97, 19}, kNormal, true)),
-                  kTolerance)
+                  kButtonTolerance)
             << height;
     }
 }
@@ -309,20 +310,21 @@ TEST(VTBlackButtonCellDrawingTest, TheTitleIsDrawnInItsOwnAttributesButTheThemes
 TEST(VTBlackButtonCellDrawingTest, AWholeButtonShowsItsTitle) {
     VTBlackButtonCell cell;
     cell.attributedTitle = titled("Purgel");
-    const QImage expected = offscreen::picture(kPicture, 1, [&](QPainter& painter) {
+    const QImage expected = offscreen::picture(kButtonPicture, 1, [&](QPainter& painter) {
         drawReference(painter, {1.5, 0.5, 97, 19}, kNormal, true);
         painter.setPen(Qt::white);
         painter.setFont(cell.attributedTitle.font);
         painter.drawText(QRectF(6.5, 1, 87, 17), Qt::AlignCenter, "Purgel");
     });
-    EXPECT_LE(offscreen::largestDifference(drawn(cell, {0, 0, 100, 22}), expected), kTolerance);
+    EXPECT_LE(offscreen::largestDifference(drawn(cell, {0, 0, 100, 22}), expected), kButtonTolerance);
 }
 
 TEST(VTBlackButtonCellDrawingTest, AnEmptyTitleIsNotDrawnButReturnsTheRectangle) {
     QRectF returned;
     const QImage image = titleDrawn(VTBlackButtonCell(), titled(""), &returned);
     EXPECT_EQ(returned, kTextFrame);
-    EXPECT_EQ(offscreen::largestDifference(image, offscreen::picture(kPicture, 1, [](QPainter&) {})), 0);
+    EXPECT_EQ(offscreen::largestDifference(image, offscreen::picture(kButtonPicture, 1, [](QPainter&) {})),
+              0);
 }
 
 TEST(VTBlackButtonCellDrawingTest, TheAlternateTitleShowsForItsMasks) {
@@ -368,6 +370,7 @@ TEST(VTBlackButtonCellDrawingTest, AnEmptyAlternateTitleLeavesNothing) {
     cell.attributedAlternateTitle = titled("");
     QRectF returned;
     const QImage image = titleDrawn(cell, titled("Purgel"), &returned);
-    EXPECT_EQ(offscreen::largestDifference(image, offscreen::picture(kPicture, 1, [](QPainter&) {})), 0);
+    EXPECT_EQ(offscreen::largestDifference(image, offscreen::picture(kButtonPicture, 1, [](QPainter&) {})),
+              0);
     EXPECT_EQ(returned, kTextFrame);
 }

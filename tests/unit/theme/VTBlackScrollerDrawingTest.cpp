@@ -15,7 +15,7 @@ using Part = VTBlackScroller::Part;
 using UsableParts = VTBlackScroller::UsableParts;
 
 // Curves are made of straight pieces here, whose ends the rasterizer rounds.
-constexpr int kTolerance = 8;
+constexpr int kScrollerTolerance = 8;
 
 // The expected drawing of a bar 15 thick that shows 60 of 160, scrolled to 40.
 ExpectedScroller expectedDrawing(Qt::Orientation orientation, bool together, int length) {
@@ -84,7 +84,7 @@ TEST_F(VTBlackScrollerDrawingTest, EveryVariantInEveryStateAtEveryScale) {
                         drawing.pushed = pushed == Part::Knob ? Part::None : pushed;
                         EXPECT_LE(offscreen::largestDifference(drawn(scroller, pushed, scale),
                                                                expectedImage(drawing, scale)),
-                                  kTolerance)
+                                  kScrollerTolerance)
                             << position << (orientation == Qt::Horizontal ? " horizontal " : " vertical ")
                             << length << ", pushed " << static_cast<int>(pushed) << ", scale " << scale;
                     }
@@ -97,13 +97,13 @@ TEST_F(VTBlackScrollerDrawingTest, TheToleranceTellsTheStatesApart) {
     };
     ExpectedScroller other = usual;
     other.pushed = Part::DecrementLine;
-    EXPECT_GT(difference(other), kTolerance + 4);
+    EXPECT_GT(difference(other), kScrollerTolerance + 4);
     other = usual;
     other.together = false;
-    EXPECT_GT(difference(other), kTolerance + 4);
+    EXPECT_GT(difference(other), kScrollerTolerance + 4);
     other = usual;
     other.knob.translate(0.25, 0);
-    EXPECT_GT(difference(other), kTolerance + 4);
+    EXPECT_GT(difference(other), kScrollerTolerance + 4);
 }
 
 TEST_F(VTBlackScrollerDrawingTest, PaintingDrawsTheWholeScroller) {
@@ -201,7 +201,7 @@ TEST_F(VTBlackScrollerDrawingTest, WithoutASourceTheArrowsAreTogether) {
     setUp(scroller, 200);
     EXPECT_LE(offscreen::largestDifference(drawn(scroller),
                                            expectedImage(expectedDrawing(Qt::Vertical, true, 200))),
-              kTolerance);
+              kScrollerTolerance);
 }
 
 TEST_F(VTBlackScrollerDrawingTest, ArrowsAreHighlightedByPartNumber) {

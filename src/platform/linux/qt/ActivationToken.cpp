@@ -21,7 +21,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds kPatience{500};
+constexpr std::chrono::milliseconds kTokenPatience{500};
 
 // A message that does not fit into the connection's buffer would end the connection, and Qt the process.
 constexpr std::size_t kLongestAppID = 1024;
@@ -120,10 +120,6 @@ Activation findActivation(Conversation& conversation) {
     return found ? std::move(globals.activation) : nullptr;
 }
 
-void onMainThread(const std::function<void()>& work) {
-    current().mainThread->perform(work, Wait::UntilDone);
-}
-
 // What Qt knows of its connection. Main thread.
 template <typename Resource>
 Resource* resource(const char* name) {
@@ -146,11 +142,13 @@ std::optional<std::string> requestActivationToken(const std::string& appID) {
         return std::nullopt;
     }
     wl_display* display = nullptr; // lives as long as the application object, and that as long as its threads
-    onMainThread([&] { display = focusedSurface() ? resource<wl_display>("wl_display") : nullptr; });
+    auto& mainThread = *current().mainThread;
+    mainThread.perform([&] { display = focusedSurface() ? resource<wl_display>("wl_display") : nullptr; },
+                       Wait::UntilDone);
     if (!display) {
         return std::nullopt;
     }
-    Conversation conversation(display, Clock::now() + kPatience);
+    Conversation conversation(display, Clock::now() + kTokenPatience);
     auto activation = findActivation(conversation);
     if (!activation) {
         return std::nullopt;
@@ -168,7 +166,7 @@ std::optional<std::string> requestActivationToken(const std::string& appID) {
         xdg_activation_token_v1_set_app_id(request.get(), appID.c_str());
     }
     bool isAsked = false;
-    onMainThread([&] { // where surface and seat come and go
+    const auto fillIn = [&] { // where surface and seat come and go
         if (auto* surface = focusedSurface()) {
             // Qt hands the number over as if it were an address.
             const auto serial = reinterpret_cast<std::uintptr_t>(resource<void>("serial"));
@@ -178,7 +176,8 @@ std::optional<std::string> requestActivationToken(const std::string& appID) {
             xdg_activation_token_v1_commit(request.get());
             isAsked = true;
         }
-    });
+    };
+    mainThread.perform(fillIn, Wait::UntilDone);
     if (!isAsked || !conversation.waitUntil([&] { return token.has_value(); }) || token->empty()) {
         return std::nullopt;
     }

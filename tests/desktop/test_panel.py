@@ -263,11 +263,6 @@ class PanelTest(DesktopTest):
         launcher.choose("Launcher", "Quit")
         self.assertEqual(launcher.wait_for_exit(), 0, launcher.standard_error())
 
-    def test_ends_in_order_when_the_session_ends(self):
-        launcher = self.open_panel()
-        launcher.process.send_signal(signal.SIGTERM)
-        self.assertEqual(launcher.wait_for_exit(), 0, launcher.standard_error())
-
 
 if __name__ == "__main__":
     unittest.main()

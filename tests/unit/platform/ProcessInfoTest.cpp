@@ -1,20 +1,16 @@
 #include "ProcessInfo.h"
 
 #include "FailingFileManager.h"
+#include "PrivateTmp.h"
 #include "TestSandbox.h"
 
-#include <cstdio>
 #include <cstdlib>
-#include <functional>
 #include <gmock/gmock.h>
 #include <map>
-#include <sched.h>
 #include <set>
-#include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/sysinfo.h>
 #include <sys/utsname.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 using Path = std::optional<std::string>;
@@ -64,54 +60,6 @@ Path temporaryDirectoryWith(const std::string& tmpdir, const std::string& runtim
     setenv("TMPDIR", tmpdir.c_str(), 1);
     setenv("XDG_RUNTIME_DIR", runtimeDirectory.c_str(), 1);
     return platform::temporaryDirectory();
-}
-
-bool writeText(const char* file, const std::string& text) {
-    FILE* stream = std::fopen(file, "we");
-    if (!stream) {
-        return false;
-    }
-    bool isWritten = std::fputs(text.c_str(), stream) >= 0;
-    return std::fclose(stream) == 0 && isWritten;
-}
-
-// Gives this process an empty /tmp that nobody else sees.
-bool enterPrivateTmp() {
-    const auto user = std::to_string(geteuid());
-    if (geteuid() == 0) {
-        if (unshare(CLONE_NEWNS) != 0) {
-            return false;
-        }
-    } else if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0 ||
-               !writeText("/proc/self/uid_map", user + " " + user + " 1")) {
-        return false;
-    }
-    return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-           mount("tmpfs", "/tmp", "tmpfs", 0, "mode=1777") == 0;
-}
-
-// Runs `work` in a child process with an empty /tmp, a home in it and neither variable set, and passes its
-// failures on. False when the system does not allow such a thing.
-bool inPrivateTmp(const std::function<void()>& work) {
-    constexpr int kNotAllowed = 3;
-    pid_t child = fork();
-    if (child == 0) {
-        if (!enterPrivateTmp()) {
-            _exit(kNotAllowed);
-        }
-        unsetenv("TMPDIR");
-        unsetenv("XDG_RUNTIME_DIR");
-        sandbox::users().home = "/tmp/home";
-        work();
-        _exit(testing::Test::HasFailure() ? 1 : 0);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    if (WIFEXITED(status) && WEXITSTATUS(status) == kNotAllowed) {
-        return false;
-    }
-    EXPECT_EQ(status, 0);
-    return true;
 }
 
 std::string ownFolder() {
@@ -195,7 +143,7 @@ TEST(ProcessInfo, RefusesATemporaryFolderOfSomebodyElse) {
 }
 
 TEST(ProcessInfo, MakesAPrivateTemporaryFolder) {
-    bool isAllowed = inPrivateTmp([] {
+    bool isAllowed = sandbox::inPrivateTmp([] {
         const auto mask = umask(0);
         EXPECT_EQ(platform::temporaryDirectory(), ownFolder());
         expectPrivate(ownFolder());
@@ -208,7 +156,7 @@ TEST(ProcessInfo, MakesAPrivateTemporaryFolder) {
 }
 
 TEST(ProcessInfo, NeverUsesATemporaryFolderThatSomebodyElsePrepared) {
-    bool isAllowed = inPrivateTmp([] {
+    bool isAllowed = sandbox::inPrivateTmp([] {
         ASSERT_EQ(mkdir(ownFolder().c_str(), 0700), 0);
         chmod(ownFolder().c_str(), 0777);
         EXPECT_EQ(platform::temporaryDirectory(), std::nullopt); // and there is no cache folder

@@ -3,6 +3,7 @@
 #include "Bundle.h"
 #include "LogFixture.h"
 #include "Platform.h"
+#include "PrivateTmp.h"
 
 #include <array>
 #include <cstdlib>
@@ -11,6 +12,7 @@
 #include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -136,6 +138,30 @@ TEST_F(VTSoftwareUpdateTest, OneInsideWithoutAVersionIsNoNewerThanNone) {
         return;
     }
     EXPECT_EQ(statusOfCopy("OneInsideWithoutAVersionIsNoNewerThanNone", ""), 0);
+}
+
+TEST_F(VTSoftwareUpdateTest, WithoutAPlaceForTheCopyThereIsNoPath) {
+    if (std::getenv(kVersionInside)) { // in the copy of this program
+        sandbox::inPrivateTmp([] {
+            sandbox::makeFolder(sandbox::folder());
+            // The folder of ours is somebody else's, and there is no cache folder.
+            const auto ours = "/tmp/com.vantorel." + std::to_string(::geteuid());
+            sandbox::makeFolder(ours);
+            ::chmod(ours.c_str(), 0777);
+            makeUpdater(platform::Bundle::main()->resourcePath() + "/" + kName, "6");
+            EXPECT_EQ(VTSoftwareUpdate::updaterPath(), std::nullopt);
+            EXPECT_EQ(output(VTSoftwareUpdate::launchSoftwareUpdate),
+                      "Unable to launch Software Update - path doesn't exist\n");
+            EXPECT_EQ(output(VTSoftwareUpdate::automaticallyCheckForUpdates),
+                      "Unable to launch Software Update - path doesn't exist\n");
+            EXPECT_THAT(sandbox::workspace().events(), IsEmpty());
+        });
+        return;
+    }
+    if (!sandbox::inPrivateTmp([] {})) {
+        GTEST_SKIP() << "the system allows no private /tmp";
+    }
+    EXPECT_EQ(statusOfCopy("WithoutAPlaceForTheCopyThereIsNoPath", "6"), 0);
 }
 
 TEST_F(VTSoftwareUpdateTest, TheUserMayAskForTheUpdater) {

@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
+#include <dlfcn.h>
 #include <exception>
 #include <fcntl.h>
 #include <filesystem>
@@ -55,11 +56,11 @@ std::string onlyLog() {
 }
 
 // What a process that does `work` with the handler installed ends with.
-int statusOfChild(const std::function<void()>& work) {
+int statusOfChild(const std::function<void()>& work, rlim_t coreSize = 0) {
     const pid_t child = ::fork();
     if (child == 0) {
-        const rlimit noCore{0, 0};
-        ::setrlimit(RLIMIT_CORE, &noCore);
+        const rlimit core{coreSize, coreSize};
+        ::setrlimit(RLIMIT_CORE, &core);
         ::dup2(::open("/dev/null", O_RDWR), STDERR_FILENO);
         for (int signal : {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT}) {
             ::signal(signal, SIG_DFL); // a sanitizer has handlers of its own
@@ -130,6 +131,25 @@ TEST(CrashHandler, LogsWhatHappenedAndEndsByTheSignal) {
     const auto stack = text.substr(text.find("\nStack:\n"));
     EXPECT_GE(std::ranges::count(stack, '['), 5) << text;
     EXPECT_THAT(stack, HasSubstr("platform_tests"));
+}
+
+TEST(CrashHandler, LeavesACoreWhereTheSystemWritesSome) {
+    sandbox::makeFolder(sandbox::path("cores"));
+    std::filesystem::current_path(sandbox::path("cores"));
+    constexpr rlim_t kRoom = 1 << 20;
+    const int unhandled = statusOfChild(
+        [] {
+            ::signal(SIGSEGV, SIG_DFL);
+            touch(8);
+        },
+        kRoom);
+    if (!WCOREDUMP(unhandled)) {
+        GTEST_SKIP() << "the system writes no cores";
+    }
+    const int handled = statusOfChild([] { touch(8); }, kRoom);
+    EXPECT_TRUE(WCOREDUMP(handled));
+    EXPECT_EQ(handled, unhandled);
+    EXPECT_EQ(logs().size(), 1U);
 }
 
 TEST(CrashHandler, LogIsForItsOwnerAlone) {
@@ -233,6 +253,26 @@ TEST(CrashHandler, NotesACrashOfItsOwnAndEndsByTheFirstSignal) {
     EXPECT_THAT(text, HasSubstr("\nWriting this log crashed as well: SIGSEGV\n"));
 }
 #endif
+
+// As when the crash left the dynamic loader's lock held.
+TEST(CrashHandler, EndsByTheSignalWhenTheStackCannotBeTold) {
+#ifdef __SANITIZE_THREAD__
+    GTEST_SKIP() << "the thread sanitizer blocks all signals while one is handled";
+#endif
+    const auto library = sandbox::path("library.so");
+    ASSERT_EQ(::mkfifo(library.c_str(), 0600), 0);
+    EXPECT_EQ(signalOfChild([&] {
+                  // It reads from what says nothing, with the lock.
+                  std::thread([&] { ::dlopen(library.c_str(), RTLD_NOW); }).detach();
+                  while (::open(library.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC) < 0) {
+                      std::this_thread::yield();
+                  }
+                  touch(8);
+              }),
+              SIGSEGV);
+    EXPECT_THAT(onlyLog(), HasSubstr("\nStack:\n"));
+    EXPECT_THAT(onlyLog(), HasSubstr("\nThe rest could not be written in time.\n"));
+}
 
 TEST(CrashHandler, EndsByTheSignalWithoutAFolder) {
     EXPECT_EQ(signalOfChild([] {

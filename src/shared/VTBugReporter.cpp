@@ -67,8 +67,9 @@ void recordInFile(const std::string& path, const char* key) {
 
 void recordNow(const char* key, const std::optional<std::string>& plistPath, const char* method) {
     if (!plistPath) {
-        // On their way to the file; a start does not wait for the disk.
-        platform::current().userDefaults->setObject(now(), key);
+        auto& defaults = *platform::current().userDefaults;
+        defaults.setObject(now(), key);
+        defaults.synchronize();
         return;
     }
     try {
@@ -153,9 +154,6 @@ void VTBugReporter::startBugReporterWithDelegate(const Delegate& applicationDidC
 
 void VTBugReporter::stopBugReporter(const std::optional<std::string>& plistPath) {
     recordNow("exit", plistPath, "+[VTBugReporter stopBugReporter:]");
-    if (!plistPath) {
-        platform::current().userDefaults->synchronize();
-    }
 }
 
 void VTBugReporter::chownPlist(const std::string& path) {

@@ -31,11 +31,14 @@
 #include <QApplication>
 #include <QImage>
 #include <QPixmap>
+#include <QTimer>
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <malloc.h>
 #include <memory>
 #include <optional>
 #include <string>
@@ -46,6 +49,10 @@
 namespace {
 
 constexpr const char* kBundleIdentifier = "com.vantorel.Launcher";
+
+// One for the main thread and one for all others, whose work is short: each thread's own would stay after it.
+constexpr int kHeaps = 2;
+constexpr std::chrono::seconds kUntilRest{1};
 
 // Ends what the panel has begun; empty while there is none. False when a thread is stuck, which must then be
 // left behind.
@@ -138,6 +145,7 @@ int openPanel(int argc, char** argv) {
                    stderr);
         return 1;
     }
+    ::mallopt(M_ARENA_MAX, kHeaps);
     std::signal(SIGPIPE, SIG_IGN); // whoever read our messages may leave
     std::signal(SIGCHLD, SIG_DFL); // whoever started us may not care for its children, but we do
     auto workspace = std::make_shared<platform::LinuxWorkspace>();
@@ -210,6 +218,8 @@ int openPanel(int argc, char** argv) {
     AfterFirstFrame afterFirstFrame(panel, [&panel] {
         showWindowIcon();
         panel.softwareUpdate().awakeFromNib();
+        // What the first list and its icons took to make is not needed again.
+        QTimer::singleShot(kUntilRest, [] { ::malloc_trim(0); });
     });
     int status = QApplication::exec();
     if (!std::exchange(endInOrder, nullptr)()) {

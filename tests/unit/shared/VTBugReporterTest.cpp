@@ -238,9 +238,9 @@ TEST_F(VTBugReporterTest, StartRecordsTheLaunchAfterItHasLooked) {
 
 TEST_F(VTBugReporterTest, StopRecordsTheEnd) {
     VTBugReporter::startBugReporter("Launcher");
-    EXPECT_EQ(sandbox::defaults().synchronizations, 0); // a start does not wait for the disk
-    VTBugReporter::stopBugReporter();
     EXPECT_EQ(sandbox::defaults().synchronizations, 1);
+    VTBugReporter::stopBugReporter();
+    EXPECT_EQ(sandbox::defaults().synchronizations, 2);
     const auto launch = sandbox::defaults().objectForKey("launch");
     const auto exit = sandbox::defaults().objectForKey("exit");
     ASSERT_TRUE(exit && exit->date());

@@ -468,8 +468,8 @@ TEST_F(Purgel, CancellingDoesNotDependOnKillAll) {
 TEST_F(Purgel, ANotificationWhileItIsBeingCancelledShowsNothing) {
     awakeWithPurgel();
     run();
-    onExec = [] {
-        suite().deliver(kComplete); // stopping takes its time
+    onExec = [this] { // which takes its time
+        mainThread->perform([] { suite().deliver(kComplete); }, platform::Wait::UntilDone);
         return 0;
     };
     controller->cancelPurgel();
@@ -482,13 +482,16 @@ TEST_F(Purgel, UntilARunHasBeenCancelledThereIsNoOther) {
     awakeWithPurgel();
     run();
     sheets().answers = {1};
-    onExec = [this] {
+    std::latch pressed(1);
+    onExec = [&] {
         mainThread->advance(120s); // the password again
         EXPECT_TRUE(isRunning());
         controller->runPurgel();
+        pressed.count_down();
         return 0;
     };
     controller->cancelPurgel();
+    pressed.wait();
     finish();
     EXPECT_FALSE(isRunning());
     EXPECT_THAT(commands(), SizeIs(2));

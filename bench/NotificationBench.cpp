@@ -42,9 +42,6 @@ int count() {
 class Bus {
 public:
     Bus() {
-        pipe_ = ::popen("exec dbus-daemon --session --nofork --nopidfile --address=unix:tmpdir=/tmp "
-                        "--print-address=1 --print-pid=1 2>/dev/null",
-                        "r");
         std::array<char, 300> address{};
         if (!pipe_ || std::fscanf(pipe_, "%299s %d", address.data(), &process_) != 2) {
             throw std::runtime_error("dbus-daemon did not start");
@@ -59,7 +56,9 @@ public:
     Bus& operator=(const Bus&) = delete;
 
 private:
-    FILE* pipe_;
+    FILE* pipe_ = ::popen("exec dbus-daemon --session --nofork --nopidfile --address=unix:tmpdir=/tmp "
+                          "--print-address=1 --print-pid=1 2>/dev/null",
+                          "r");
     int process_ = 0;
 };
 
@@ -100,7 +99,7 @@ void BM_WrongNotifications(benchmark::State& state) {
     auto wrong = notifications.addObserver(kName, [&heard](const auto&, const auto&) { ++heard; });
     auto last = notifications.addObserver(kLast, [&isOver](const auto&, const auto&) { isOver = true; });
     double longest = 0;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         QElapsedTimer clock;
         clock.start();
         QTimer pulse;

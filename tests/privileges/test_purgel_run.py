@@ -11,7 +11,7 @@ import sys
 import time
 import unittest
 
-from private_system import ACTION, USER, Bus, Polkit, run
+from private_system import ACTION, USER, Bus, Polkit
 from user_session import WORLD, ask_root, run_as_user
 
 PRODUCT = WORLD / "product"

@@ -7,6 +7,7 @@
 // VTKVDPurgelComplete. Nothing else on the machine is touched. Shows no window. Returns the exit status: 0,
 // or 1 when it could not do its work or tell anybody.
 //
-// The suite is the folder that holds the Applications folder with the bundle. vtpost is looked for among the
-// suite's shared resources, then in a Launcher.app beside the suite.
+// The suite is the folder that holds the Applications folder with the bundle. vtpost is the
+// installed one; only an ordinary user's is looked for in a Launcher.app beside the suite first, as it is in
+// a build tree.
 int repair(const std::string& bundlePath);

@@ -14,6 +14,7 @@
 #include <array>
 #include <chrono>
 #include <set>
+#include <utility>
 
 namespace {
 
@@ -62,7 +63,7 @@ const std::vector<std::string>& suiteProcesses() {
 } // namespace
 
 void AppController::runPurgel() {
-    if (purgelIsStarting_.exchange(true)) {
+    if (purgelIsCancelling_ || purgelIsStarting_.exchange(true)) {
         return;
     }
     bool started = threads_.detachNewThread([self = shared_from_this()](const std::stop_token&) {
@@ -102,7 +103,6 @@ void AppController::startPurgel() {
         return;
     }
     VTLog::appendLog("Purgel confirmed");
-    purgelCancelled_ = false;
     const auto executable = VTLocalPaths::appending(path, kExecutableInBundle).value();
     VTLog::appendLog("Launching Purgel at %@", executable);
     if (execWithRights(executable, {"-fix"}) != 0) {
@@ -129,11 +129,13 @@ std::optional<std::string> AppController::purgelPath() const {
 
 void AppController::purgelStarted() {
     const auto& services = platform::current();
+    purgelCancelled_ = false; // not before: an earlier run's timer would have told this one's end
     outlets_.progressPanel->beginSheet(*outlets_.mainWindow);
     outlets_.progressBar->startAnimation();
     // Ending the run ends the observation from within: nothing but the controller may be used after that.
+    // A run that is being cancelled ends when that has been done.
     auto end = [controller = weak_from_this()] {
-        if (const auto self = controller.lock()) {
+        if (const auto self = controller.lock(); self && !self->purgelIsCancelling_) {
             self->purgelEnded();
         }
     };
@@ -173,7 +175,7 @@ void AppController::purgelEnded() {
     outlets_.progressBar->stopAnimation();
     outlets_.progressPanel->endSheet();
     purgelCompleteObserver_ = nullptr;
-    if (!purgelCancelled_.exchange(true)) {
+    if (!std::exchange(purgelCancelled_, true)) {
         VTAlert::alertSheetWithMessageText(
             "Purgel complete", "You can now relaunch your editing applications.", outlets_.mainWindow);
     }
@@ -181,27 +183,32 @@ void AppController::purgelEnded() {
 
 void AppController::cancelPurgel() {
     purgelCancelled_ = true;
+    purgelIsCancelling_ = true;
     bool started = threads_.detachNewThread(
         [self = shared_from_this()](const std::stop_token&) { self->cancelPurgelOnThread(); });
     if (!started) {
         platform::current().consoleLog->log("Unable to cancel Purgel: no thread could be started.");
-        purgelEnded();
+        purgelWasCancelled();
     }
 }
 
 void AppController::cancelPurgelOnThread() {
     try {
-        purgelCancelled_ = true;
         execWithRights(kKillAll, suiteProcesses()); // whatever comes of it
-        platform::current().mainThread->perform([this] { purgelEnded(); }, platform::Wait::UntilDone);
     } catch (const std::exception& exception) {
         VTException::logException(exception, "-[AppController cancelPurgel:]");
     }
+    platform::current().mainThread->perform([self = shared_from_this()] { self->purgelWasCancelled(); },
+                                            platform::Wait::No);
+}
+
+void AppController::purgelWasCancelled() {
+    purgelIsCancelling_ = false;
+    purgelEnded();
 }
 
 std::int32_t AppController::execWithRights(const std::string& tool,
                                            const std::vector<std::string>& arguments) {
     std::lock_guard lock(authMutex_);
-    return authExecTask_ ? authExecTask_(tool, arguments)
-                         : VTAuthorization::sharedController().authExecTask(tool, arguments);
+    return VTAuthorization::sharedController().authExecTask(tool, arguments);
 }

@@ -7,7 +7,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -86,14 +85,8 @@ public:
 
     // --- Purgel, the repair in one step (AppController+Purgel.cpp).
 
-    // How a tool is run with administrator rights: the status is 0 once it has been started. Called on
-    // threads of the controller's, one at a time. It is `VTAuthorization` unless a test sets another.
-    using AuthExecTask =
-        std::function<std::int32_t(const std::string& tool, const std::vector<std::string>& arguments)>;
-    void setAuthExecTask(AuthExecTask authExecTask) { authExecTask_ = std::move(authExecTask); }
-
     // The Purgel button: runs Purgel on a new thread. Does nothing while an earlier run is still being
-    // started. Main thread.
+    // started or cancelled. Main thread.
     void runPurgel();
 
     // Asks the user and starts the tool; returns once it has been started or has not. For a thread of its
@@ -108,11 +101,9 @@ public:
     // already, tells the user. Main thread.
     void purgelEnded();
 
-    // The progress panel's button: cancels the run on a new thread. Main thread.
+    // The progress panel's button: stops the suite's processes on a new thread, then ends the run. Main
+    // thread.
     void cancelPurgel();
-
-    // Stops the suite's processes, then ends the run. For a thread of its own.
-    void cancelPurgelOnThread();
 
     // --- The scan (AppController+Scan.cpp). Any thread.
 
@@ -155,6 +146,8 @@ private:
     void startPurgel();
     std::optional<std::string> purgelPath() const;
     void purgelStarted();
+    void cancelPurgelOnThread();
+    void purgelWasCancelled();
     std::int32_t execWithRights(const std::string& tool, const std::vector<std::string>& arguments);
 
     Outlets outlets_;
@@ -165,9 +158,10 @@ private:
     mutable std::mutex dataMutex_;
     std::shared_ptr<const AppList> dataArray_ = std::make_shared<const AppList>();
     std::size_t numberOfHiddenTools_ = 0; // the main thread's
-    AuthExecTask authExecTask_;
-    std::mutex authMutex_;
+    std::mutex authMutex_;                // one tool is started at a time
     std::atomic<bool> purgelIsStarting_ = false;
-    std::atomic<bool> purgelCancelled_ = false;    // or its end has been told
-    std::shared_ptr<void> purgelCompleteObserver_; // the main thread's
+    // The main thread's.
+    bool purgelIsCancelling_ = false;
+    bool purgelCancelled_ = false; // or its end has been told
+    std::shared_ptr<void> purgelCompleteObserver_;
 };

@@ -8,11 +8,15 @@
 #include <chrono>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 using platform::PropertyList;
 using platform::Wait;
 
 namespace {
+
+// Instead of an answer.
+constexpr std::int64_t kNoAnswer = -1;
 
 constexpr const char* kAlertDidEnd = "alertDidEnd:returnCode:contextInfo:";
 
@@ -93,7 +97,7 @@ std::int64_t VTAlert::alertSheetWithMessageText(const Text& messageText, const T
     const auto selector = didEndSelector.value_or(kAlertDidEnd);
     if (!receiver->operationNamed(selector)) {
         services.consoleLog->log(format("Alert error: delegate does not respond to selector %@", selector));
-        return platform::kAlertOtherReturn;
+        return kNoAnswer;
     }
     PropertyList::Dictionary request{{kDidEndSelector, selector}};
     add(request, kMessageText, messageText);
@@ -103,7 +107,7 @@ std::int64_t VTAlert::alertSheetWithMessageText(const Text& messageText, const T
     add(request, kInformativeText, informativeText);
     add(request, kSuppressionBinding, suppressionBinding);
     services.mainThread->perform([&] { self->alertSheetWithDictionary(request); }, Wait::UntilDone);
-    return block ? self->waitForAnswer() : platform::kAlertOtherReturn;
+    return block ? self->waitForAnswer() : kNoAnswer;
 }
 
 std::int64_t VTAlert::timedAlertSheetWithMessageText(const Text& messageText, const Text& defaultButton,
@@ -124,8 +128,12 @@ void VTAlert::begin(Window* parentWindow, const std::shared_ptr<VTAlertDelegate>
     std::lock_guard lock(mutex_);
     parentWindow_ = parentWindow;
     delegate_ = delegate;
-    alertEnded_ = false;
     alert_ = nullptr;
+    hasBegun_ = true;
+    alertEnded_ = std::exchange(timeIsUp_, false);
+    if (alertEnded_) {
+        returnCode_ = platform::kAlertDefaultReturn;
+    }
 }
 
 void VTAlert::alertSheetWithDictionary(const PropertyList::Dictionary& request) {
@@ -153,6 +161,9 @@ void VTAlert::alertSheetWithDictionary(const PropertyList::Dictionary& request) 
         self->end(answer); // whoever waits does so for a delegate of its own as well
     };
     setAlert(sheets.beginSheet(contents, parentWindow(), std::move(didEnd)));
+    if (alertEnded()) { // a timer may be very short
+        takeOffScreen();
+    }
 }
 
 VTAlertDelegate::Operation VTAlert::operationNamed(const std::string& selector) {
@@ -164,6 +175,7 @@ VTAlertDelegate::Operation VTAlert::operationNamed(const std::string& selector) 
 
 void VTAlert::alertDidEnd(platform::AlertSheet& /*alert*/, std::int64_t returnCode) {
     end(returnCode);
+    takeOffScreen();
 }
 
 void VTAlert::end(std::int64_t returnCode) {
@@ -179,13 +191,13 @@ void VTAlert::defaultReturnAfterTimeInterval(std::int64_t seconds) {
     std::this_thread::sleep_for(std::chrono::seconds(seconds));
     {
         std::lock_guard lock(mutex_);
-        timeIsUp_ = true;
+        timeIsUp_ = !hasBegun_;
     }
     end(platform::kAlertDefaultReturn);
     takeOffScreen();
 }
 
-// Whoever waits on the main thread waits for that.
+// Which is what a wait on the main thread waits for.
 void VTAlert::takeOffScreen() {
     if (const auto shown = alert()) {
         platform::current().mainThread->perform([shown] { shown->orderOut(); }, Wait::No);
@@ -195,10 +207,7 @@ void VTAlert::takeOffScreen() {
 std::int64_t VTAlert::waitForAnswer() {
     const auto shown = alert();
     if (!shown) {
-        return platform::kAlertOtherReturn;
-    }
-    if (timeIsUp()) { // a timer is started first and may be very short
-        end(platform::kAlertDefaultReturn);
+        return kNoAnswer;
     }
     if (!platform::isMainThread()) {
         std::unique_lock lock(mutex_);
@@ -209,11 +218,6 @@ std::int64_t VTAlert::waitForAnswer() {
     platform::current().mainThread->perform([&] { shown->orderOut(); }, Wait::UntilDone);
     setAlert(nullptr);
     return returnCode();
-}
-
-bool VTAlert::timeIsUp() const {
-    std::lock_guard lock(mutex_);
-    return timeIsUp_;
 }
 
 VTAlert::Window* VTAlert::parentWindow() const {

@@ -107,7 +107,6 @@ private:
     void begin(Window* parentWindow, const std::shared_ptr<VTAlertDelegate>& delegate);
     void end(std::int64_t returnCode); // unless it has ended already
     void takeOffScreen();
-    bool timeIsUp() const;
     std::int64_t waitForAnswer();
 
     mutable std::mutex mutex_; // for all that follows
@@ -115,7 +114,8 @@ private:
     Window* parentWindow_ = nullptr;
     std::weak_ptr<VTAlertDelegate> delegate_;
     bool alertEnded_ = false;
-    bool timeIsUp_ = false;
+    bool hasBegun_ = false;
+    bool timeIsUp_ = false; // before it has begun
     std::int64_t returnCode_ = 0;
     std::shared_ptr<platform::AlertSheet> alert_;
 };

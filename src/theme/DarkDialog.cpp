@@ -5,6 +5,7 @@
 #include "SheetBackdrop.h"
 
 #include <QEvent>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QPainter>
 #include <QPainterPath>
@@ -66,7 +67,8 @@ void DarkDialog::beginSheet(QWidget& window) {
     setWindowModality(Qt::WindowModal);
     setAttribute(Qt::WA_TranslucentBackground); // outside the rounded corners
     window_ = &window;
-    backdrop_ = new SheetBackdrop(window, *this);
+    const bool onWayland = QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+    backdrop_ = new SheetBackdrop(window, *this, !onWayland);
     window.installEventFilter(this);
     place();
     show();

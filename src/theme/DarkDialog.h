@@ -4,7 +4,6 @@
 #include <QPointer>
 
 class QBoxLayout;
-class QLayout;
 class SheetBackdrop;
 
 // A dialog on the gradient of the dark windows: the program's icon, beside it what the dialog is about, and a

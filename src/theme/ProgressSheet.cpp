@@ -37,7 +37,9 @@ ProgressSheet::ProgressSheet(const QString& title, QWidget* parent)
     buttons->addStretch();
     buttons->addWidget(cancel_);
     setContent(content, buttons);
-    cancel_->setFocus();
+    // A Return that was meant for the sheet before must not stop what it has begun.
+    setFocusPolicy(Qt::StrongFocus);
+    setFocus();
 }
 
 void ProgressSheet::reject() {

@@ -6,7 +6,7 @@ class DarkButton;
 class IndeterminateBar;
 
 // Something of unknown length is under way: a title, a bar and the button "Cancel", which Escape presses as
-// well. It stays until it is done. Main thread.
+// well, and Return only once the focus has been moved there. It stays until it is done. Main thread.
 class ProgressSheet : public DarkDialog {
     Q_OBJECT
 

@@ -9,7 +9,8 @@ static constexpr double kCornerRadius = 8;
 static constexpr int kShadowReach = 18;
 static constexpr int kShadowDrop = 6;
 
-SheetBackdrop::SheetBackdrop(QWidget& window, const QWidget& sheet) : QWidget(&window), sheet_(sheet) {
+SheetBackdrop::SheetBackdrop(QWidget& window, const QWidget& sheet, bool isPlaceKnown)
+    : QWidget(&window), sheet_(sheet), isPlaceKnown_(isPlaceKnown) {
     setAttribute(Qt::WA_TransparentForMouseEvents);
     follow();
     show();
@@ -31,6 +32,9 @@ QPainterPath SheetBackdrop::outline(const QRectF& frame) {
 void SheetBackdrop::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.fillRect(rect(), QColor(0, 0, 0, 0x66));
+    if (!isPlaceKnown_) {
+        return;
+    }
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
     // Layer upon layer, so that it fades outwards.

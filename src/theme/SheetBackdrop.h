@@ -3,13 +3,14 @@
 #include <QPainterPath>
 #include <QWidget>
 
-// Lies over all of a window that has a sheet: darkens it and draws the sheet's shadow. It takes no events.
+// Lies over all of a window that has a sheet: darkens it and draws the sheet's shadow, where the sheet's
+// place is known: on Wayland the compositor chooses it and tells nobody. It takes no events.
 class SheetBackdrop : public QWidget {
     Q_OBJECT
 
 public:
     // Shown at once. Both must outlive it.
-    SheetBackdrop(QWidget& window, const QWidget& sheet);
+    SheetBackdrop(QWidget& window, const QWidget& sheet, bool isPlaceKnown);
 
     // Goes along with the window's size and the sheet's place.
     void follow();
@@ -22,4 +23,5 @@ protected:
 
 private:
     const QWidget& sheet_;
+    bool isPlaceKnown_;
 };

@@ -16,9 +16,8 @@ class FakeMainThread : public platform::MainThread {
 public:
     void perform(std::function<void()> work, platform::Wait) override {
         std::lock_guard lock(mutex_);
-        const bool outer = std::exchange(performing_, true);
+        const Performing here;
         work();
-        performing_ = outer;
     }
 
     // Not before the test's clock gets there.
@@ -45,6 +44,13 @@ public:
 
 private:
     static inline thread_local bool performing_ = false;
+    struct Performing { // also when the work throws
+        Performing() = default;
+        ~Performing() { performing_ = outer; }
+        Performing(const Performing&) = delete;
+        Performing& operator=(const Performing&) = delete;
+        const bool outer = std::exchange(performing_, true);
+    };
     std::recursive_mutex mutex_;
     std::chrono::milliseconds now_{0};
     std::multimap<std::chrono::milliseconds, std::function<void()>> timers_;

@@ -3,7 +3,9 @@
 #include "FakeMainThread.h"
 #include "ToolTree.h"
 #include "VTLog.h"
+#include "linux/LinuxFileManager.h"
 
+#include <atomic>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <latch>
@@ -41,15 +43,16 @@ protected:
     Purgel() {
         auto services = platform::current();
         services.mainThread = mainThread;
+        services.authorization = authorization;
+        services.fileManager = files;
         platform::install(services);
-        controller->setAuthExecTask(
-            [this](const std::string& tool, const std::vector<std::string>& arguments) {
-                {
-                    std::lock_guard lock(mutex_);
-                    commands_.emplace_back(tool, arguments);
-                }
-                return onExec ? onExec() : 0;
-            });
+        authorization->onExecute = [this](const FakeAuthorization::Run& run) {
+            {
+                std::lock_guard lock(mutex_);
+                commands_.emplace_back(run.tool, run.arguments);
+            }
+            return onExec ? onExec() : 0;
+        };
         VTLog::finishWriting();
         linesBefore_ = logLines().size();
     }
@@ -103,7 +106,19 @@ protected:
         return applications() + "/" + bundle + "/Contents/MacOS/Purgel";
     }
 
+    // Every Purgel has an executable, and the system has a killall unless the test says otherwise.
+    struct Files : platform::LinuxFileManager {
+        bool fileExists(const std::string& path) override {
+            return path == "/usr/bin/killall"
+                       ? hasKillAll.load()
+                       : path.ends_with("/Contents/MacOS/Purgel") || LinuxFileManager::fileExists(path);
+        }
+        std::atomic<bool> hasKillAll = true;
+    };
+
     std::shared_ptr<FakeMainThread> mainThread = std::make_shared<FakeMainThread>();
+    std::shared_ptr<FakeAuthorization> authorization = std::make_shared<FakeAuthorization>();
+    std::shared_ptr<Files> files = std::make_shared<Files>();
     std::function<std::int32_t()> onExec; // what running a tool with rights comes to; 0 unless it is set
 
 private:
@@ -189,19 +204,30 @@ TEST_F(Purgel, RefusedRightsLeaveNothingButALogLine) {
     EXPECT_THAT(shown(), IsEmpty());
 }
 
-TEST_F(Purgel, GetsItsRightsFromVTAuthorization) {
-    const auto authorization = std::make_shared<FakeAuthorization>();
-    auto services = platform::current();
-    services.authorization = authorization;
-    platform::install(services);
-    controller->setAuthExecTask(nullptr);
+TEST_F(Purgel, ToolsAreStartedWithRightsAndNotWaitedFor) {
     awakeWithPurgel();
-    sandbox::writeFile(executable("Kelvandor/Purgel.app"), "");
     run();
-    ASSERT_EQ(authorization->runs.size(), 1U);
-    EXPECT_THAT(authorization->runs[0].tool, testing::EndsWith("/Purgel.app/Contents/MacOS/Purgel"));
-    EXPECT_THAT(authorization->runs[0].arguments, ElementsAre("-fix"));
-    EXPECT_EQ(progressPanel.begun, 1);
+    controller->cancelPurgel();
+    finish();
+    EXPECT_THAT(authorization->events,
+                ElementsAre("privilegedReference", "create", "copyRights",
+                            "execute " + executable("Kelvandor/Purgel.app"), "execute /usr/bin/killall"));
+    for (const auto& run : authorization->runs) {
+        EXPECT_FALSE(run.waitsForEnd);
+    }
+}
+
+TEST_F(Purgel, WithoutItsExecutableNobodyIsAskedForRights) {
+    platform::install([] {
+        auto services = platform::current();
+        services.fileManager = std::make_shared<platform::LinuxFileManager>();
+        return services;
+    }());
+    awakeWithPurgel();
+    run();
+    EXPECT_THAT(authorization->events, testing::Not(Contains("copyRights")));
+    EXPECT_EQ(logged().back(), "Error: authorization failed or application cannot be found");
+    EXPECT_EQ(progressPanel.begun, 0);
 }
 
 // --- The tool
@@ -369,6 +395,26 @@ TEST_F(Purgel, ASecondRunIsEndedByTheTimerOfTheFirst) {
     EXPECT_THAT(shown(), IsEmpty());
 }
 
+TEST_F(Purgel, TheTimerOfTheFirstTellsNothingOfARunThatHasNotBegun) {
+    awakeWithPurgel();
+    run();
+    sheets().answers = {1};
+    suite().deliver(kComplete);
+    mainThread->advance(30s);
+    shown();
+    onExec = [this] {
+        mainThread->advance(40s); // the user thinks about the password
+        return 0;
+    };
+    run();
+    EXPECT_THAT(shown(), ElementsAre(kConfirmation));
+    EXPECT_TRUE(isRunning());
+    sheets().answers = {1};
+    suite().deliver(kComplete);
+    EXPECT_FALSE(isRunning());
+    EXPECT_THAT(shown(), ElementsAre(kCompleteTexts)) << "its own end is told";
+}
+
 TEST_F(Purgel, TheTimerOutlivesTheController) {
     awakeWithPurgel();
     run();
@@ -401,28 +447,62 @@ TEST_F(Purgel, CancellingDoesNotDependOnRights) {
     awakeWithPurgel();
     run();
     onExec = [] { return -1; };
-    controller->cancelPurgelOnThread();
+    controller->cancelPurgel();
+    finish();
     EXPECT_FALSE(isRunning());
     EXPECT_THAT(commands(), SizeIs(2));
+    EXPECT_THAT(shown(), ElementsAre(kConfirmation));
+}
+
+TEST_F(Purgel, CancellingDoesNotDependOnKillAll) {
+    awakeWithPurgel();
+    run();
+    files->hasKillAll = false;
+    controller->cancelPurgel();
+    finish();
+    EXPECT_FALSE(isRunning());
+    EXPECT_THAT(commands(), SizeIs(1));
     EXPECT_THAT(shown(), ElementsAre(kConfirmation));
 }
 
 TEST_F(Purgel, ANotificationWhileItIsBeingCancelledShowsNothing) {
     awakeWithPurgel();
     run();
-    onExec = [] {
-        suite().deliver(kComplete); // stopping takes its time
+    onExec = [this] { // which takes its time
+        mainThread->perform([] { suite().deliver(kComplete); }, platform::Wait::UntilDone);
         return 0;
     };
-    controller->cancelPurgelOnThread();
+    controller->cancelPurgel();
+    finish();
     EXPECT_FALSE(isRunning());
+    EXPECT_THAT(shown(), ElementsAre(kConfirmation));
+}
+
+TEST_F(Purgel, UntilARunHasBeenCancelledThereIsNoOther) {
+    awakeWithPurgel();
+    run();
+    sheets().answers = {1};
+    std::latch pressed(1);
+    onExec = [&] {
+        mainThread->advance(120s); // the password again
+        EXPECT_TRUE(isRunning());
+        controller->runPurgel();
+        pressed.count_down();
+        return 0;
+    };
+    controller->cancelPurgel();
+    pressed.wait();
+    finish();
+    EXPECT_FALSE(isRunning());
+    EXPECT_THAT(commands(), SizeIs(2));
     EXPECT_THAT(shown(), ElementsAre(kConfirmation));
 }
 
 TEST_F(Purgel, AfterACancelledRunThereCanBeAnother) {
     awakeWithPurgel();
     run();
-    controller->cancelPurgelOnThread();
+    controller->cancelPurgel();
+    finish();
     run();
     EXPECT_TRUE(isRunning());
     sheets().answers = {1};
@@ -484,8 +564,12 @@ TEST_F(Purgel, AnExceptionIsLogged) {
     EXPECT_THAT(printedBy([this] { run(); }), HasSubstr("-[AppController runPurgel:]"));
     sandbox::workspace().onEvent = nullptr;
     onExec = []() -> std::int32_t { throw platform::Exception("NSFailure", "it went wrong"); };
-    EXPECT_THAT(printedBy([this] { controller->cancelPurgelOnThread(); }),
+    EXPECT_THAT(printedBy([this] {
+                    controller->cancelPurgel();
+                    finish();
+                }),
                 HasSubstr("-[AppController cancelPurgel:]"));
+    EXPECT_EQ(progressPanel.ended, 1) << "it ends all the same";
 }
 
 // --- Notifications

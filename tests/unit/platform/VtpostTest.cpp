@@ -3,11 +3,23 @@
 #include "TestSandbox.h"
 #include "UserBus.h"
 #include "linux/BusNotifications.h"
+#include "linux/FileDescriptor.h"
 
+#include <array>
 #include <atomic>
 #include <filesystem>
-#include <gtest/gtest.h>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <grp.h>
+#include <map>
+#include <sstream>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
+#include <thread>
+
+using testing::Pair;
+using testing::UnorderedElementsAre;
 
 namespace {
 
@@ -32,6 +44,37 @@ protected:
         Strings words{program};
         words.insert(words.end(), arguments.begin(), arguments.end());
         return statusOf(words, environment);
+    }
+
+    // Stops the bus; in its place is a socket that takes connections and stays silent.
+    platform::FileDescriptor silentBus() const {
+        bus->stop();
+        platform::FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
+        const auto path = "/run/user/" + std::to_string(UserBus::user().userID) + "/bus";
+        path.copy(address.sun_path, sizeof address.sun_path - 1);
+        std::filesystem::remove(path);
+        succeed(-::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), "bind");
+        succeed(-::chown(path.c_str(), UserBus::user().userID, UserBus::user().groupID), "chown");
+        succeed(-::listen(socket.get(), 1), "listen");
+        return socket;
+    }
+    // What the system says of a process: its identities, groups and capabilities.
+    static std::map<std::string, std::string> rightsOf(pid_t process) {
+        std::map<std::string, std::string> rights;
+        std::ifstream status("/proc/" + std::to_string(process) + "/status");
+        for (std::string line; std::getline(status, line);) {
+            const auto colon = line.find(':');
+            for (const std::string name : {"Uid", "Gid", "Groups", "CapPrm", "CapEff"}) {
+                if (line.substr(0, colon) == name) {
+                    std::istringstream words(line.substr(colon + 1));
+                    for (std::string word; words >> word;) {
+                        rights[name] += word + " ";
+                    }
+                }
+            }
+        }
+        return rights;
     }
 
     const std::string program = "/run/vtpost";
@@ -85,6 +128,29 @@ TEST_F(VtpostTest, SaysWhenItCannotPost) {
     EXPECT_EQ(post({"name"}, {invoker}), kPosted);
     bus->stop();
     EXPECT_EQ(post({"name"}, {invoker}), kNotPosted);
+}
+
+TEST_F(VtpostTest, HasGivenUpEverythingBeforeItConnects) {
+    ASSERT_EQ(::setgroups(1, std::array<gid_t, 1>{4}.data()), 0); // which it would inherit
+    auto socket = silentBus();
+    int status = 99;
+    std::jthread child([&] { status = post({"name"}, {invoker}); });
+    const platform::FileDescriptor connection(::accept(socket.get(), nullptr, nullptr));
+    ucred peer{};
+    socklen_t length = sizeof peer;
+    ASSERT_EQ(::getsockopt(connection.get(), SOL_SOCKET, SO_PEERCRED, &peer, &length), 0);
+    const auto rights = rightsOf(peer.pid);
+    const auto fourTimes = [](auto number) {
+        const auto text = std::to_string(number) + " ";
+        return text + text + text + text;
+    };
+    EXPECT_THAT(rights, UnorderedElementsAre(Pair("Uid", fourTimes(UserBus::user().userID)),
+                                             Pair("Gid", fourTimes(UserBus::user().groupID)),
+                                             Pair("CapPrm", "0000000000000000 "),
+                                             Pair("CapEff", "0000000000000000 ")));
+    ::shutdown(connection.get(), SHUT_RDWR);
+    child.join();
+    EXPECT_EQ(status, kNotPosted);
 }
 
 TEST_F(VtpostTest, AnOrdinaryUserPostsForThemselves) {

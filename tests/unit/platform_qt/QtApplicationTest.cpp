@@ -132,6 +132,27 @@ TEST_F(QtApplicationTest, HidesWidgets) {
     EXPECT_TRUE(widget.isVisible());
 }
 
+TEST_F(QtApplicationTest, ADialogThatEndsMeanwhileStaysAway) {
+    for (const bool withdrawn : {true, false}) {
+        canBeBroughtBack = withdrawn;
+        QWidget widget;
+        widget.show();
+        auto* dialog = new QDialog(&widget);
+        dialog->show();
+        application.hide();
+        dialog->done(QDialog::Accepted);
+        dialog->deleteLater(); // which has to wait for the outer event loop
+        application.unhide();
+        EXPECT_FALSE(dialog->isVisible());
+        EXPECT_TRUE(widget.isVisible());
+        // One that is shown again is a window as before.
+        dialog->show();
+        application.hide();
+        application.unhide();
+        EXPECT_TRUE(dialog->isVisible());
+    }
+}
+
 TEST_F(QtApplicationTest, OpenMenusClose) {
     QWidget widget;
     widget.show();

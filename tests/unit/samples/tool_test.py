@@ -17,6 +17,7 @@ import unittest
 
 SUITE = pathlib.Path(sys.argv.pop(1))
 LIMIT = 30  # seconds that anything may take on a busy machine
+NOBODY = 65534
 
 
 def xdotool(*arguments):
@@ -113,17 +114,22 @@ class ToolTest(unittest.TestCase):
             self.assertRegex(log, r"\A\S+ -checkpath /somewhere/Launcher\.app\n\Z")
 
     def repair(self, root, poster=None):
-        """Runs Purgel in a suite of its own; returns the finished process."""
+        """Runs Purgel in a suite of its own, as an ordinary user; returns the finished process."""
         bundle = root / "Applications/Kelvandor/Purgel.app"
         shutil.copytree(SUITE / "Applications/Kelvandor/Purgel.app", bundle)
         if poster:
-            vtpost = root / "Library/Application Support/Vantorel/Shared Resources/vtpost"
+            vtpost = root.parent / "Launcher.app/Contents/Resources/vtpost"
             vtpost.parent.mkdir(parents=True)
             vtpost.write_text(f"#!/bin/sh\n{poster}\n", encoding="utf-8")
             vtpost.chmod(0o755)
         environment = {name: value for name, value in os.environ.items() if name != "DISPLAY"}
-        return subprocess.run([bundle / "Contents/MacOS/Purgel", "-fix"], env=environment, timeout=LIMIT,
-                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, check=False)
+        as_user = {}
+        if os.getuid() == 0:
+            as_user = {"user": NOBODY, "group": NOBODY, "extra_groups": []}
+            for path in (root.parent, *root.parent.rglob("*")):
+                os.lchown(path, NOBODY, NOBODY)
+        return subprocess.run([bundle / "Contents/MacOS/Purgel", "-fix"], env=environment, timeout=LIMIT, cwd="/",
+                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, check=False, **as_user)
 
     def test_a_repair_clears_its_cache_and_posts_that_it_is_complete(self):
         with tempfile.TemporaryDirectory() as folder:

@@ -4,12 +4,14 @@
 #include "TestSandbox.h"
 
 #include <atomic>
+#include <chrono>
 #include <gmock/gmock.h>
 #include <limits>
 #include <map>
 #include <thread>
 #include <vector>
 
+using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
@@ -218,6 +220,13 @@ TEST_F(VTAlertTest, SettingTheEndEndsTheWait) {
     }
 }
 
+TEST_F(VTAlertTest, TheEndSelectorEndsTheWaitWhoeverCallsIt) {
+    const auto object = std::make_shared<VTAlert>();
+    sheets().whileWaiting = [&object](Sheet& sheet) { object->alertDidEnd(sheet, 0); };
+    EXPECT_EQ(withEverything(nullptr, kAbsent, true, object), 0);
+    EXPECT_FALSE(sheets().shown()[0]->isUp());
+}
+
 // --- Delegates
 
 TEST_F(VTAlertTest, WithoutBlockingTheDelegateIsToldLater) {
@@ -402,9 +411,13 @@ TEST_F(VTAlertTest, APreferenceThatNobodyHasSetIsOff) {
 
 TEST_F(VTAlertTest, ATimedAlertReturnsByItself) {
     std::int64_t result = 99;
+    const auto start = std::chrono::steady_clock::now();
     std::jthread([&] {
         result = VTAlert::timedAlertSheetWithMessageText("Message", "Go", "Stop", "Help", "Text", &window, 1);
     }).join();
+    const auto duration = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(duration, 1s) << "the interval is in seconds";
+    EXPECT_LT(duration, 60s);
     EXPECT_EQ(result, 1);
     EXPECT_THAT(buttons(*sheets().shown()[0]), ElementsAre("Go", "Stop", "Help"));
     EXPECT_EQ(sheets().shown()[0]->window, &window);
@@ -413,8 +426,10 @@ TEST_F(VTAlertTest, ATimedAlertReturnsByItself) {
 
 TEST_F(VTAlertTest, ATimedAlertReturnsByItselfOnTheMainThread) {
     sheets().whileWaiting = [](Sheet&) { std::this_thread::yield(); };
+    const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(VTAlert::timedAlertSheetWithMessageText("Message", "Go", "Stop", kAbsent, "Text", &window, 1),
               1);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 1s);
     EXPECT_FALSE(sheets().shown()[0]->isUp());
 }
 
@@ -427,6 +442,25 @@ TEST_F(VTAlertTest, ATimerWithoutTimeIsNotMissed) {
                       1);
         }
     }
+}
+
+TEST_F(VTAlertTest, ATimerWithoutTimeEndsWhatNobodyWaitsForToo) {
+    const auto object = std::make_shared<VTAlert>();
+    object->defaultReturnAfterTimeInterval(0);
+    withEverything(receiver, Receiver::selector(), false, object);
+    EXPECT_FALSE(sheets().shown().at(0)->isUp());
+    EXPECT_TRUE(object->alertEnded());
+    EXPECT_EQ(object->returnCode(), 1);
+}
+
+TEST_F(VTAlertTest, AnEarlierTimerHasNoEffect) {
+    sheets().whileWaiting = [](Sheet& sheet) { sheet.answer(0); };
+    const auto object = std::make_shared<VTAlert>();
+    object->defaultReturnAfterTimeInterval(0);
+    EXPECT_EQ(withEverything(nullptr, kAbsent, true, object), 1);
+    EXPECT_EQ(withEverything(nullptr, kAbsent, true, object), 0) << "it has ended one alert already";
+    object->defaultReturnAfterTimeInterval(0);
+    EXPECT_EQ(withEverything(nullptr, kAbsent, true, object), 0) << "it has come after the answer";
 }
 
 TEST_F(VTAlertTest, ATimedAlertCanBeAnswered) {

@@ -68,9 +68,31 @@ void comeForward() {
 
 } // namespace
 
+// Forgets a hidden window that is closed, which hidden windows show in no other way.
+class QtApplication::CloseFilter : public QObject {
+public:
+    explicit CloseFilter(std::vector<HiddenWindow>& windows) : windows_(windows) {}
+
+protected:
+    bool eventFilter(QObject* window, QEvent* event) override {
+        if (event->type() == QEvent::Close) {
+            for (auto& hidden : windows_) {
+                if (hidden.window == window) {
+                    hidden.window = nullptr;
+                }
+            }
+        }
+        return false;
+    }
+
+private:
+    std::vector<HiddenWindow>& windows_;
+};
+
 QtApplication::QtApplication(std::function<bool()> canBeBroughtBack,
                              std::function<void(bool hidden)> hiddenDidChange)
-    : canBeBroughtBack_(std::move(canBeBroughtBack)), hiddenDidChange_(std::move(hiddenDidChange)) {}
+    : closeFilter_(std::make_unique<CloseFilter>(windows_)), canBeBroughtBack_(std::move(canBeBroughtBack)),
+      hiddenDidChange_(std::move(hiddenDidChange)) {}
 
 QtApplication::~QtApplication() {
     takeWindows();
@@ -85,6 +107,7 @@ void QtApplication::hide() {
         closePassingWindows();
         for (auto* window : visibleWindows()) {
             windows_.push_back({window, window->windowStates(), window->framePosition(), {}});
+            window->installEventFilter(closeFilter_.get());
         }
         if (canBeBroughtBack_()) {
             withdrawn = identifiersOnX(windows_);
@@ -151,6 +174,9 @@ void QtApplication::unhide() {
 std::vector<QtApplication::HiddenWindow> QtApplication::takeWindows() {
     for (const auto& hidden : windows_) {
         QObject::disconnect(hidden.restored);
+        if (hidden.window) {
+            hidden.window->removeEventFilter(closeFilter_.get());
+        }
     }
     return std::exchange(windows_, {});
 }

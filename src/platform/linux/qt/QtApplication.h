@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <vector>
 
 namespace platform {
@@ -25,7 +26,7 @@ public:
 
     // Open menus and tool tips close. A window that is shown anew meanwhile is shown.
     void hide() override;
-    // Windows come back where they were, as large as they were.
+    // Windows come back where they were, as large as they were, but for those that have been closed.
     void unhide() override;
     bool isHidden() override { return hidden_; }
     void activateIgnoringOtherApps() override;
@@ -39,6 +40,8 @@ private:
         QMetaObject::Connection restored; // to what happens when the user restores it, if it is minimised
     };
 
+    class CloseFilter;
+
     static std::vector<std::uint32_t> identifiersOnX(const std::vector<HiddenWindow>& windows);
     void hideWindows();
     void minimiseWindows();
@@ -46,11 +49,13 @@ private:
     std::vector<HiddenWindow> takeWindows(); // they are not watched any more
     void setHidden(bool hidden);
 
+    // The main thread's.
+    std::vector<HiddenWindow> windows_;
+    std::unique_ptr<CloseFilter> closeFilter_;
+
     std::function<bool()> canBeBroughtBack_;
     std::function<void(bool)> hiddenDidChange_;
     std::atomic<bool> hidden_ = false;
-    // The main thread's.
-    std::vector<HiddenWindow> windows_;
 };
 
 } // namespace platform

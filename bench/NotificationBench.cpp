@@ -54,7 +54,7 @@ void callWithoutAController(benchmark::State& state) {
     const int count = std::getenv("VT_BENCH_TINY") ? 5 : 2000;
     std::vector<double> calls;
     std::vector<double> byHand;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         for (int run = 0; run < count; ++run) {
             calls.push_back(microseconds(VTTaskNotification::postIncrementProgress));
             byHand.push_back(microseconds(lookUpByHand));

@@ -97,8 +97,8 @@ void end(sd_bus_message*) {
 }
 
 void answerAndEnd(sd_bus_message* question) {
-    const auto xml = std::string("<node><interface name=\"") + kInterface +
-                     "\"><method name=\"postFinishedTask\"/></interface></node>";
+    const auto xml = std::string("<node><interface name='") + kInterface +
+                     "'><method name='postFinishedTask'/></interface></node>";
     sd_bus_reply_method_return(question, "s", xml.c_str());
     sd_bus_flush(sd_bus_message_get_bus(question));
     ::_exit(0);

@@ -259,9 +259,10 @@ bool appendValue(sd_bus_message* message, const PropertyList& value) {
 
 bool appendDictionary(sd_bus_message* message, const Dictionary& dictionary) {
     return appendContainer(message, 'a', "{sv}", [&] {
-        for (const auto& [key, value] : dictionary) {
-            const bool isWritten = appendContainer(
-                message, 'e', "sv", [&] { return appendText(message, key) && appendValue(message, value); });
+        for (const auto& entry : dictionary) {
+            const bool isWritten = appendContainer(message, 'e', "sv", [&] {
+                return appendText(message, entry.first) && appendValue(message, entry.second);
+            });
             if (!isWritten) {
                 return false;
             }

@@ -1,6 +1,9 @@
 #include "ControllerPort.h"
 
-#include <string_view>
+#include "linux/DBusDictionary.h"
+
+#include <QStringList>
+#include <string>
 
 namespace {
 
@@ -14,18 +17,34 @@ QString textIn(sd_bus_message* message) {
     return sd_bus_message_read(message, "s", &text) > 0 ? QString::fromUtf8(text) : QString();
 }
 
-// An error may be anything; what is text is shown as such.
+QString textOf(const platform::PropertyList& value) {
+    const auto* text = value.string();
+    return text ? QString::fromStdString(*text) : QString();
+}
+
+// An error may be anything; of a dictionary the texts are shown.
 QString errorIn(sd_bus_message* message) {
     const char* contents = nullptr;
-    const char* text = nullptr;
     sd_bus_message_peek_type(message, nullptr, &contents);
-    if (contents && std::string_view(contents) == "s") {
-        sd_bus_message_read(message, "v", "s", &text);
-        return QString::fromUtf8(text);
+    const std::string kind = contents ? contents : "";
+    QString error;
+    if (kind == "s" || kind == "a{sv}") {
+        sd_bus_message_enter_container(message, 'v', contents);
+        if (kind == "s") {
+            error = textIn(message);
+        } else if (const auto dictionary = platform::readDictionary(message)) {
+            QStringList texts;
+            for (const auto& [key, value] : *dictionary) {
+                texts << QString::fromStdString(key) + ": " + textOf(value);
+            }
+            error = texts.join(", ");
+        }
+        sd_bus_message_exit_container(message);
+    } else {
+        error = QStringLiteral("An error of the kind %1").arg(QString::fromStdString(kind));
+        sd_bus_message_skip(message, "v");
     }
-    const auto kind = QString::fromUtf8(contents);
-    sd_bus_message_skip(message, "v");
-    return QStringLiteral("An error of the kind %1").arg(kind);
+    return error;
 }
 
 } // namespace
@@ -34,13 +53,15 @@ ControllerPort::ControllerPort(Messages messages) : messages_(std::move(messages
     constexpr auto kFlags = SD_BUS_VTABLE_UNPRIVILEGED | SD_BUS_VTABLE_METHOD_NO_REPLY;
     static const sd_bus_vtable kMembers[] = {
         SD_BUS_VTABLE_START(0),
-        SD_BUS_METHOD("incrementRemoteProgress", "", "", received, kFlags),
-        SD_BUS_METHOD("postFinishedTask", "", "", received, kFlags),
-        SD_BUS_METHOD("postError", "v", "", received, kFlags),
-        SD_BUS_METHOD("postErrorString", "s", "", received, kFlags),
-        SD_BUS_METHOD("postErrorForApp", "vs", "", received, kFlags),
-        SD_BUS_METHOD("postErrorStringUserInfo", "sa{sv}", "", received, kFlags),
-        SD_BUS_METHOD("postDisconnect", "", "", received, kFlags),
+        SD_BUS_METHOD("incrementRemoteProgress", "", "", received<&ControllerPort::incrementRemoteProgress>,
+                      kFlags),
+        SD_BUS_METHOD("postFinishedTask", "", "", received<&ControllerPort::postFinishedTask>, kFlags),
+        SD_BUS_METHOD("postError", "v", "", received<&ControllerPort::postError>, kFlags),
+        SD_BUS_METHOD("postErrorString", "s", "", received<&ControllerPort::postErrorString>, kFlags),
+        SD_BUS_METHOD("postErrorForApp", "vs", "", received<&ControllerPort::postErrorForApp>, kFlags),
+        SD_BUS_METHOD("postErrorStringUserInfo", "sa{sv}", "",
+                      received<&ControllerPort::postErrorStringUserInfo>, kFlags),
+        SD_BUS_METHOD("postDisconnect", "", "", received<&ControllerPort::postDisconnect>, kFlags),
         SD_BUS_VTABLE_END};
     sd_bus* opened = nullptr;
     if (sd_bus_open_user(&opened) < 0) {
@@ -61,36 +82,28 @@ void ControllerPort::process() {
     while ((progress = sd_bus_process(bus_.get(), nullptr)) > 0) {
     }
     if (progress < 0) {
-        notifier_->setEnabled(false); // the bus has gone
+        notifier_->setEnabled(false);
+        messages_.lost();
     }
     sd_bus_flush(bus_.get());
 }
 
-int ControllerPort::received(sd_bus_message* message, void* port, sd_bus_error*) {
-    static_cast<ControllerPort*>(port)->handle(message);
-    return 1;
+void ControllerPort::postError(sd_bus_message* message) {
+    messages_.failed(errorIn(message), {});
 }
 
-void ControllerPort::handle(sd_bus_message* message) {
-    const std::string_view member = sd_bus_message_get_member(message);
-    if (member == "incrementRemoteProgress") {
-        messages_.progressed();
-    } else if (member == "postFinishedTask") {
-        messages_.finished();
-    } else if (member == "postDisconnect") {
-        messages_.disconnected();
-    } else if (member == "postErrorString") {
-        messages_.failed(textIn(message), {});
-    } else if (member == "postError") {
-        messages_.failed(errorIn(message), {});
-    } else if (member == "postErrorForApp") {
-        const auto error = errorIn(message);
-        messages_.failed(error, textIn(message));
-    } else { // postErrorStringUserInfo
-        const auto text = textIn(message);
-        const char* key = nullptr;
-        const char* name = nullptr;
-        sd_bus_message_read(message, "a{sv}", 1, &key, "s", &name);
-        messages_.failed(text, QString::fromUtf8(name));
-    }
+void ControllerPort::postErrorString(sd_bus_message* message) {
+    messages_.failed(textIn(message), {});
+}
+
+void ControllerPort::postErrorForApp(sd_bus_message* message) {
+    const auto error = errorIn(message);
+    messages_.failed(error, textIn(message));
+}
+
+void ControllerPort::postErrorStringUserInfo(sd_bus_message* message) {
+    const auto text = textIn(message);
+    const auto userInfo = platform::readDictionary(message).value_or(platform::PropertyList::Dictionary());
+    const auto name = userInfo.find("appName");
+    messages_.failed(text, name != userInfo.end() ? textOf(name->second) : QString());
 }

@@ -2,6 +2,7 @@
 
 #include <QVBoxLayout>
 #include <algorithm>
+#include <utility>
 
 ControllerWindow::ControllerWindow(int steps)
     : state_(new QLabel(tr("Waiting for a worker."))), progress_(new QProgressBar),
@@ -24,13 +25,14 @@ ControllerWindow::ControllerWindow(int steps)
 }
 
 void ControllerWindow::progressed() {
-    progress_->setValue(std::min(progress_->value() + 1, progress_->maximum()));
+    const int steps = std::exchange(hasEnded_, false) ? 0 : progress_->value();
+    progress_->setValue(std::min(steps + 1, progress_->maximum()));
     state_->setText(tr("Working…"));
 }
 
 void ControllerWindow::finished() {
     progress_->setValue(progress_->maximum());
-    state_->setText(tr("The task has ended."));
+    taskHasEnded(tr("The task has ended."));
 }
 
 void ControllerWindow::failed(const QString& text, const QString& sender) {
@@ -39,5 +41,14 @@ void ControllerWindow::failed(const QString& text, const QString& sender) {
 }
 
 void ControllerWindow::disconnected() {
-    state_->setText(tr("The worker has left."));
+    taskHasEnded(tr("The worker has left."));
+}
+
+void ControllerWindow::lost() {
+    taskHasEnded(tr("The session bus has gone. Nobody will report any more."));
+}
+
+void ControllerWindow::taskHasEnded(const QString& how) {
+    hasEnded_ = true;
+    state_->setText(how);
 }

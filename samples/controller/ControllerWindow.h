@@ -15,8 +15,12 @@ public:
     void finished();
     void failed(const QString& text, const QString& sender);
     void disconnected();
+    void lost();
 
 private:
+    void taskHasEnded(const QString& how);
+
+    bool hasEnded_ = false; // the next step is the first of another task
     QLabel* const state_;
     QProgressBar* const progress_;
     QPlainTextEdit* const errors_;

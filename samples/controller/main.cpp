@@ -19,7 +19,7 @@ int main(int argc, char** argv) {
     const ControllerPort port(
         {[&] { window.progressed(); }, [&] { window.finished(); },
          [&](const QString& text, const QString& sender) { window.failed(text, sender); },
-         [&] { window.disconnected(); }});
+         [&] { window.disconnected(); }, [&] { window.lost(); }});
     if (!port.isPublished()) {
         std::fputs("SampleController: there is no session bus, or another controller has the port\n", stderr);
         return 1;

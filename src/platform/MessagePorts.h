@@ -49,8 +49,8 @@ public:
     virtual ~MessagePorts() = default;
 
     // The root object behind the first of these ports that somebody has published; null when there is none.
-    // A process that runs as root looks in the console user's session. Takes a second at most, besides what
-    // it takes to find out who that is. Any thread.
+    // A process that runs as root looks in the session of the user it works for. Takes a second at most,
+    // besides what it takes to find out who that is. Any thread.
     virtual std::unique_ptr<RemoteObject> rootProxy(const std::vector<std::string>& names) = 0;
 };
 

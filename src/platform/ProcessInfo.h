@@ -12,7 +12,7 @@ std::string operatingSystemVersionString();
 int processorCount();
 std::uint64_t physicalMemory(); // bytes
 
-// What this process is called: the file name of its program.
+// What this process is called: the last part of what it was started as, which whoever started it may choose.
 std::string processName();
 
 // Different on every call, on every machine.

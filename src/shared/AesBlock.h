@@ -16,6 +16,7 @@
 
 inline constexpr std::size_t kAesBlockSize = 16;       // bytes
 inline constexpr std::size_t kAesLargestSchedule = 60; // words, for a key of 256 bits
+inline constexpr int kAesMostRounds = 14;              // for the same
 
 // Fills `roundKeys` with the schedule for encryption, w of FIPS-197. `key` has `keyBits` / 8 bytes. Returns
 // the number of rounds: 10, 12 or 14 for a key of 128, 192 or 256 bits. There are no other keys: 0 is

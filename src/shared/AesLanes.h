@@ -21,12 +21,11 @@ namespace {
 
 inline constexpr std::size_t kInFlight = 8; // vectors, so that no round waits for the one before
 inline constexpr std::size_t kAhead = 256;  // bytes
-inline constexpr int kMostRounds = 14;
 
 // In the order in which they are used. Wiped at the end.
 template <typename Lanes, bool IsDecryption>
 struct RoundKeys {
-    typename Lanes::Vector rounds[kMostRounds + 1];
+    typename Lanes::Vector rounds[kAesMostRounds + 1];
 
     RoundKeys(const std::uint32_t* words, int count) {
         const __m128i bytes = _mm_set_epi8(12, 13, 14, 15, 8, 9, 10, 11, 4, 5, 6, 7, 0, 1, 2, 3);
@@ -95,6 +94,7 @@ void runBlocks(const std::uint32_t* roundKeys, int rounds, const std::uint8_t* i
         ::memcpy(last, input, bytes);
         runVectors<Lanes, IsDecryption, 1>(keys, rounds, last, last);
         ::memcpy(output, last, bytes);
+        ::explicit_bzero(last, sizeof last);
     }
 }
 

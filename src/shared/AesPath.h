@@ -11,8 +11,7 @@ using AesBlocksFunction = void (*)(const std::uint32_t* roundKeys, int rounds, c
 // One way to run the cipher. All give the same bytes.
 struct AesPath {
     const char* name;
-    bool
-        isSupported; // by this processor and its operating system; the functions must not be called otherwise
+    bool isSupported; // by processor and operating system; else the functions must not be called
     AesBlocksFunction encrypt;
     AesBlocksFunction decrypt;
 };

@@ -18,7 +18,6 @@ using Slice [[gnu::vector_size(16)]] = std::uint32_t;
 
 constexpr std::size_t kBatch = 32; // blocks
 constexpr int kSlices = 32;
-constexpr int kMostRounds = 14;
 
 struct State {
     Slice slices[kSlices];
@@ -70,8 +69,9 @@ void substituteAndShiftRow(State& state) {
     Row row;
     std::copy_n(slices, 8, row.begin());
     row = IsInverse ? aesSubstituteInverse(row) : aesSubstitute(row);
+    constexpr int kDistance = IsInverse ? (4 - Number) % 4 : Number;
     for (const Slice& slice : row) {
-        *slices++ = turned < IsInverse ? (4 - Number) % 4 : Number > (slice);
+        *slices++ = turned<kDistance>(slice);
     }
 }
 
@@ -133,7 +133,7 @@ void prepareInverseMix(State& state) {
 // A slice is all ones or all zeros in each lane. The keys after the first bring the constant of the S-box,
 // which MixColumns leaves as it is, to the substitution before them, or to the inverse one after them.
 struct KeySlices {
-    State rounds[kMostRounds + 1]{};
+    State rounds[kAesMostRounds + 1]{};
 
     KeySlices(const std::uint32_t* words, int count) {
         for (int round = 0; round <= count; ++round, words += 4) {
@@ -193,6 +193,7 @@ void inBatches(const std::uint32_t* roundKeys, int rounds, const std::uint8_t* i
         output += taken * kAesBlockSize;
         blocks -= taken;
     }
+    ::explicit_bzero(&state, sizeof state);
 }
 
 } // namespace

@@ -31,9 +31,9 @@ struct Schedule {
 };
 
 // Runs the cipher over the whole blocks of `data` and then, when bytes are left, over them laid upon
-// `filling`.
+// `filling`, which is wiped.
 std::string transformed(std::string_view data, const Schedule& schedule,
-                        decltype(rijndaelEncryptBlocks) transform, Block filling) {
+                        decltype(rijndaelEncryptBlocks) transform, Block& filling) {
     auto run = [&](const char* input, char* output, std::size_t blocks) {
         transform(schedule.roundKeys, schedule.rounds, reinterpret_cast<const std::uint8_t*>(input),
                   reinterpret_cast<std::uint8_t*>(output), blocks);
@@ -45,6 +45,7 @@ std::string transformed(std::string_view data, const Schedule& schedule,
     if (rest > 0) {
         data.copy(filling.data(), rest, whole);
         run(filling.data(), output.data() + whole, 1);
+        ::explicit_bzero(filling.data(), filling.size());
     }
     return output;
 }

@@ -11,17 +11,17 @@
 // the passphrase, and protects nothing else:
 //
 //   - Equal blocks are equal in the ciphertext, within one text and between texts: patterns show.
-//   - Nothing tells whether ciphertext is whole and unchanged. Blocks can be exchanged, repeated, left out
-//   and
-//     taken from other texts; damage and a wrong passphrase give meaningless bytes, never an error.
+//   - Nothing tells whether ciphertext is whole and unchanged: blocks can be exchanged, repeated, left out
+//     and taken from other texts. Damage and a wrong passphrase give meaningless bytes, never an error.
 //   - The key is the passphrase itself, not derived at a cost: a weak passphrase is quickly guessed.
 //   - The length shows, to the block.
 //
 // Do not use it for anything new.
 //
 // The key is the first 32 bytes of the passphrase's UTF-8 text, the rest of which is ignored, filled up with
-// zero bytes; an absent passphrase is 32 zero bytes. Key and round keys are wiped before a call returns; data
-// and passphrase are the caller's to wipe. Nothing is thrown but std::bad_alloc. Any thread.
+// zero bytes; an absent passphrase is 32 zero bytes. Key, round keys and copies of blocks are wiped before a
+// call returns; data and passphrase are the caller's to wipe. Nothing is thrown but std::bad_alloc. Any
+// thread.
 class VTEncryption {
 public:
     VTEncryption() = delete;

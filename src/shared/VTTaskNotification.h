@@ -9,8 +9,12 @@
 // earlier suite; who has published both gets everything on the first. Without either a call does nothing.
 //
 // Nothing waits for the controller to do something about it, and nothing is thrown: exceptions are logged.
-// While there is a controller a call takes at least 15 milliseconds, and about a second when it does not
-// answer. Any thread; what one thread posts arrives in order.
+// While there is a controller a call takes at least 15 milliseconds; one that hangs, or a bus that does, can
+// hold it up for a second at each of look-up, question and hand-over. Any thread; what one thread posts
+// arrives in order.
+//
+// A program that uses this needs no Qt: `platform::install(platform::basicServices(name))` comes first.
+// Without a service for message ports a call does nothing.
 class VTTaskNotification {
 public:
     VTTaskNotification() = delete;

@@ -1,11 +1,14 @@
 #include "linux/DBusDictionary.h"
 
+#include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <poll.h>
 #include <string>
 #include <string_view>
 #include <systemd/sd-bus.h>
+#include <thread>
 #include <unistd.h>
 
 // A controlling application: controller_peer PORT KIND FILE publishes the port on the session bus and writes
@@ -14,6 +17,10 @@
 //   new      has all messages          old     has those of the protocol alone
 //   nothing  publishes no object       mute    never answers anybody
 //   dying    ends when it is asked what it has
+//   leaving  says what it has, and ends
+//   slow     has all messages, and takes half a second to say so
+//   late     the same with one and a half, which nobody waits for
+//   busy     has all messages, and is done with none before there is a file FILE.go
 
 namespace {
 
@@ -57,19 +64,49 @@ std::string argumentsOf(sd_bus_message* message) {
     return text;
 }
 
-int received(sd_bus_message* message, void* file, sd_bus_error*) {
+struct Output {
+    std::FILE* file;
+    std::string gate; // a file to wait for before each message; empty when there is none
+};
+
+int received(sd_bus_message* message, void* data, sd_bus_error*) {
+    const auto& [file, gate] = *static_cast<Output*>(data);
+    while (!gate.empty() && ::access(gate.c_str(), F_OK) != 0) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
     const auto line = sd_bus_message_get_member(message) + argumentsOf(message) +
                       (sd_bus_message_get_expect_reply(message) ? " expects an answer" : "") + "\n";
-    std::fputs(line.c_str(), static_cast<std::FILE*>(file));
-    std::fflush(static_cast<std::FILE*>(file));
+    std::fputs(line.c_str(), file);
+    std::fflush(file);
     return 1;
 }
 
-int endWhenAsked(sd_bus_message* message, void*, sd_bus_error*) {
+// What happens when somebody asks for what there is.
+using WhenAsked = void (*)(sd_bus_message* question);
+
+template <WhenAsked whenAsked>
+int filter(sd_bus_message* message, void*, sd_bus_error*) {
     if (sd_bus_message_is_method_call(message, "org.freedesktop.DBus.Introspectable", "Introspect") > 0) {
-        ::_exit(0);
+        whenAsked(message);
     }
-    return 0;
+    return 0; // it is answered as ever
+}
+
+void end(sd_bus_message*) {
+    ::_exit(0);
+}
+
+void answerAndEnd(sd_bus_message* question) {
+    const auto xml = std::string("<node><interface name='") + kInterface +
+                     "'><method name='postFinishedTask'/></interface></node>";
+    sd_bus_reply_method_return(question, "s", xml.c_str());
+    sd_bus_flush(sd_bus_message_get_bus(question));
+    ::_exit(0);
+}
+
+template <int milliseconds>
+void delay(sd_bus_message*) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }
 
 constexpr auto kFlags = SD_BUS_VTABLE_UNPRIVILEGED | SD_BUS_VTABLE_METHOD_NO_REPLY;
@@ -92,24 +129,35 @@ const sd_bus_vtable kNewMembers[] = {SD_BUS_VTABLE_START(0),
                                      SD_BUS_METHOD("postDisconnect", "", "", received, kFlags),
                                      SD_BUS_VTABLE_END};
 
-int run(const std::string& port, std::string_view kind, std::FILE* file) {
+struct Kind {
+    std::string_view name;
+    const sd_bus_vtable* members; // null when there is no object
+    sd_bus_message_handler_t filter = nullptr;
+};
+
+constexpr Kind kKinds[] = {{"new", kNewMembers},
+                           {"old", kOldMembers},
+                           {"nothing", nullptr},
+                           {"mute", nullptr},
+                           {"dying", nullptr, filter<end>},
+                           {"leaving", nullptr, filter<answerAndEnd>},
+                           {"slow", kNewMembers, filter<delay<500>>},
+                           {"late", kNewMembers, filter<delay<1500>>},
+                           {"busy", kNewMembers}};
+
+int run(const std::string& port, const Kind& kind, Output& output) {
     sd_bus* bus = nullptr;
     if (sd_bus_open_user(&bus) < 0) {
         return 1;
     }
     const auto path = "/com/vantorel/" + port;
-    if (kind == "new" || kind == "old") {
-        const auto* members = kind == "new" ? kNewMembers : kOldMembers;
-        if (sd_bus_add_object_vtable(bus, nullptr, path.c_str(), kInterface, members, file) < 0) {
-            return 1;
-        }
-    } else if (kind == "dying" && sd_bus_add_filter(bus, nullptr, endWhenAsked, nullptr) < 0) {
+    if ((kind.members &&
+         sd_bus_add_object_vtable(bus, nullptr, path.c_str(), kInterface, kind.members, &output) < 0) ||
+        (kind.filter && sd_bus_add_filter(bus, nullptr, kind.filter, nullptr) < 0) ||
+        sd_bus_request_name(bus, ("com.vantorel." + port).c_str(), 0) < 0) {
         return 1;
     }
-    if (sd_bus_request_name(bus, ("com.vantorel." + port).c_str(), 0) < 0) {
-        return 1;
-    }
-    if (kind == "mute") {
+    if (kind.name == "mute") {
         pollfd end{.fd = sd_bus_get_fd(bus), .events = 0, .revents = 0};
         return ::poll(&end, 1, -1) > 0 ? 0 : 1; // the bus has gone
     }
@@ -124,6 +172,12 @@ int run(const std::string& port, std::string_view kind, std::FILE* file) {
 } // namespace
 
 int main(int argc, char** argv) {
-    std::FILE* file = argc == 4 ? std::fopen(argv[3], "a") : nullptr;
-    return file ? run(argv[1], argv[2], file) : 2;
+    if (argc != 4) {
+        return 2;
+    }
+    const std::string_view name = argv[2];
+    const auto* kind = std::ranges::find(kKinds, name, &Kind::name);
+    Output output{.file = std::fopen(argv[3], "a"),
+                  .gate = name == "busy" ? argv[3] + std::string(".go") : ""};
+    return kind != std::end(kKinds) && output.file ? run(argv[1], *kind, output) : 2;
 }

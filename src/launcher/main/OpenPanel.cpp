@@ -2,7 +2,6 @@
 
 #include "AfterFirstFrame.h"
 #include "AppController.h"
-#include "BasicServices.h"
 #include "Bundle.h"
 #include "BundleIcon.h"
 #include "CommandLine.h"
@@ -20,7 +19,7 @@
 #include "TerminationSignals.h"
 #include "VTBlackScroller.h"
 #include "VTLocalPaths.h"
-#include "linux/BusMessagePorts.h"
+#include "linux/BasicServices.h"
 #include "linux/BusNotifications.h"
 #include "linux/FontConfiguration.h"
 #include "linux/LinuxKeyTranslation.h"
@@ -154,7 +153,8 @@ int openPanel(int argc, char** argv) {
         return 0;
     }
     platform::loadFontConfiguration();
-    auto services = basicServices(workspace);
+    auto services = platform::basicServices("Launcher");
+    services.workspace = workspace;
     platform::install(services);
     installCrashHandler();
     qInstallMessageHandler(reportFatalMessages);
@@ -185,7 +185,6 @@ int openPanel(int argc, char** argv) {
     services.alertSheets = alertSheets;
     services.authorization = std::make_shared<platform::PolkitAuthorization>(platform::waitPatiently);
     services.distributedNotifications = std::make_shared<platform::BusNotifications>();
-    services.messagePorts = std::make_shared<platform::BusMessagePorts>();
     services.userDefaults = std::make_shared<platform::LinuxUserDefaults>(
         VTLocalPaths::prefsDirectory(true).value_or(""), kBundleIdentifier);
     platform::install(services);

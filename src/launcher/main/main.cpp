@@ -1,13 +1,14 @@
-#include "BasicServices.h"
 #include "CommandLine.h"
 #include "LinuxWorkspace.h"
 #include "ListCommand.h"
 #include "OpenPanel.h"
+#include "linux/BasicServices.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -38,9 +39,12 @@ int main(int argc, char** argv) {
     case CommandLine::Action::Version:
         return std::puts("Launcher " VT_VERSION) < 0 ? 1 : 0;
     case CommandLine::Action::List:
-    case CommandLine::Action::ListAsJson:
-        platform::install(basicServices(std::make_shared<platform::LinuxWorkspace>()));
+    case CommandLine::Action::ListAsJson: {
+        auto services = platform::basicServices("Launcher");
+        services.workspace = std::make_shared<platform::LinuxWorkspace>();
+        platform::install(std::move(services));
         return runListCommand(commandLine.action == CommandLine::Action::ListAsJson);
+    }
     case CommandLine::Action::OpenPanel:
         break;
     }

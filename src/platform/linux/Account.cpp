@@ -3,7 +3,10 @@
 #include "FolderPath.h"
 
 #include <cerrno>
+#include <charconv>
+#include <cstdlib>
 #include <pwd.h>
+#include <string_view>
 #include <sys/syscall.h>
 #include <unistd.h>
 #include <vector>
@@ -34,6 +37,15 @@ std::optional<Account> accountOf(uid_t user) {
 
 std::optional<Account> accountNamed(const std::string& name) {
     return account([&name](auto... rest) { return ::getpwnam_r(name.c_str(), rest...); });
+}
+
+std::optional<Account> accountInEnvironment(const char* variable) {
+    const char* value = std::getenv(variable);
+    const std::string_view text = value ? value : "";
+    uid_t user = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), user);
+    const bool isNumber = error == std::errc() && end == text.data() + text.size();
+    return isNumber && user != 0 ? accountOf(user) : std::nullopt;
 }
 
 bool becomeUser(const Account& account) {

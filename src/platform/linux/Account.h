@@ -18,6 +18,10 @@ struct Account {
 std::optional<Account> accountOf(uid_t user);
 std::optional<Account> accountNamed(const std::string& name);
 
+// The ordinary user whose number that variable of the environment has, such as PKEXEC_UID: who wanted this
+// process to run as root. Absent when it is not set or says something else. Any thread.
+std::optional<Account> accountInEnvironment(const char* variable);
+
 // Makes the process that user's for good: all user and group ids, and no other groups. False when something
 // of what it was is left; the process must then end. To be called while there is one thread; it may be the
 // child of a process that has several.

@@ -20,12 +20,12 @@ constexpr std::chrono::seconds kPortPatience{1};
 
 constexpr const char* kPrefix = "com.vantorel.";
 
-class ErrorText {
+class BusError {
 public:
-    ~ErrorText() { sd_bus_error_free(&error_); }
-    ErrorText() = default;
-    ErrorText(const ErrorText&) = delete;
-    ErrorText& operator=(const ErrorText&) = delete;
+    ~BusError() { sd_bus_error_free(&error_); }
+    BusError() = default;
+    BusError(const BusError&) = delete;
+    BusError& operator=(const BusError&) = delete;
 
     sd_bus_error* get() { return &error_; }
 
@@ -92,7 +92,7 @@ public:
 private:
     std::string introspection() {
         connection_.setLimit(kPortPatience);
-        ErrorText error;
+        BusError error;
         const auto answer =
             connection_.send(connection_.methodCall(owner_.c_str(), path_.c_str(),
                                                     "org.freedesktop.DBus.Introspectable", "Introspect"),

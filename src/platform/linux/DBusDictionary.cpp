@@ -1,5 +1,7 @@
 #include "DBusDictionary.h"
 
+#include "CarriedText.h"
+
 #include <cstdint>
 #include <string_view>
 #include <type_traits>
@@ -248,8 +250,7 @@ private:
 } // namespace
 
 bool appendText(sd_bus_message* message, const std::string& text) {
-    return text.find('\0') == std::string::npos &&
-           sd_bus_message_append_basic(message, 's', text.c_str()) >= 0;
+    return sd_bus_message_append_basic(message, 's', carriedText(text).c_str()) >= 0;
 }
 
 bool appendValue(sd_bus_message* message, const PropertyList& value) {
@@ -258,9 +259,10 @@ bool appendValue(sd_bus_message* message, const PropertyList& value) {
 
 bool appendDictionary(sd_bus_message* message, const Dictionary& dictionary) {
     return appendContainer(message, 'a', "{sv}", [&] {
-        for (const auto& [key, value] : dictionary) {
-            const bool isWritten = appendContainer(
-                message, 'e', "sv", [&] { return appendText(message, key) && appendValue(message, value); });
+        for (const auto& entry : dictionary) {
+            const bool isWritten = appendContainer(message, 'e', "sv", [&] {
+                return appendText(message, entry.first) && appendValue(message, entry.second);
+            });
             if (!isWritten) {
                 return false;
             }

@@ -11,8 +11,8 @@ namespace platform {
 // data ay, dates (d) in seconds since 2001, arrays av, dictionaries a{sv}. Numbers of other sizes are read as
 // well, and so are arrays of texts.
 
-// Appends an a{sv}, a v or an s. False when there is something that the bus does not carry: text that is not
-// UTF-8 or has a zero byte, an object reference, too many levels. The message is of no use then.
+// Appends an a{sv}, a v or an s. Texts are sent as `carriedText` makes them. False when there is something
+// that the bus does not carry: an object reference, too many levels. The message is of no use then.
 bool appendDictionary(sd_bus_message* message, const PropertyList::Dictionary& dictionary);
 bool appendValue(sd_bus_message* message, const PropertyList& value);
 bool appendText(sd_bus_message* message, const std::string& text);

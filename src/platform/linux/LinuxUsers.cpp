@@ -4,9 +4,6 @@
 #include "FolderPath.h"
 #include "LoginSeat.h"
 
-#include <charconv>
-#include <cstdlib>
-#include <string_view>
 #include <unistd.h>
 
 namespace platform {
@@ -15,14 +12,7 @@ namespace {
 
 std::optional<std::string> invokingUser() {
     for (const char* variable : {"PKEXEC_UID", "SUDO_UID"}) {
-        const char* value = std::getenv(variable);
-        std::string_view text = value ? value : "";
-        uid_t user = 0;
-        auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), user);
-        if (error != std::errc() || end != text.data() + text.size() || user == 0) {
-            continue;
-        }
-        if (auto found = accountOf(user)) {
+        if (auto found = accountInEnvironment(variable)) {
             return found->name;
         }
     }

@@ -13,6 +13,12 @@ constexpr const char* kInterface = "com.vantorel.DistributedNotification";
 constexpr const char* kMember = "Posted";
 constexpr const char* kSignature = "ssa{sv}";
 
+// Whoever listens compares these, so they are sent as they are or not at all.
+bool appendExactly(sd_bus_message* message, const std::string& text) {
+    return text.find('\0') == std::string::npos &&
+           sd_bus_message_append_basic(message, 's', text.c_str()) >= 0;
+}
+
 } // namespace
 
 bool NotificationSignal::post(DBusConnection& connection) const {
@@ -24,7 +30,7 @@ bool NotificationSignal::post(DBusConnection& connection) const {
         return false;
     }
     const DBusMessage message(made);
-    return appendText(made, name) && appendText(made, object) && appendDictionary(made, userInfo) &&
+    return appendExactly(made, name) && appendExactly(made, object) && appendDictionary(made, userInfo) &&
            sd_bus_send(connection.bus(), made, nullptr) >= 0 && connection.roundTrip();
 }
 

@@ -75,7 +75,13 @@ PrivateBus::PrivateBus(const std::vector<Service>& services) {
 
 PrivateBus::~PrivateBus() {
     ::kill(daemon_, SIGTERM);
+    ::kill(daemon_, SIGCONT); // it may have been stopped
     platform::retrying([this] { return ::waitpid(daemon_, nullptr, 0); });
+}
+
+void PrivateBus::stop() const {
+    ::kill(daemon_, SIGSTOP);
+    ::waitid(P_PID, static_cast<id_t>(daemon_), nullptr, WSTOPPED);
 }
 
 PrivateBus::Connection PrivateBus::connect() const {

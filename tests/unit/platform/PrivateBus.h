@@ -22,6 +22,9 @@ public:
     PrivateBus(const PrivateBus&) = delete;
     PrivateBus& operator=(const PrivateBus&) = delete;
 
+    // From now on the daemon does nothing more, though nobody is disconnected.
+    void stop() const;
+
     const std::string& address() const { return address_; }
 
     // A connection for the test itself, with all the patience in the world.

@@ -1,6 +1,6 @@
-// Keys and schedules are gone when a call has returned: calls run on a stack of the test's own, which is then
-// searched. Under the address sanitizer variables may live elsewhere; there these tests see less. Without
-// optimisation every value passes through the stack, and there is nothing to promise.
+// Keys, schedules and plaintext are gone when a call has returned: calls run on a stack of the test's own,
+// which is then searched. Under the address sanitizer variables may live elsewhere; there these tests see
+// less. Without optimisation every value passes through the stack, and there is nothing to promise.
 
 #include "AesFixture.h"
 #include "VTEncryption.h"
@@ -104,27 +104,48 @@ TEST_F(AesWiping, FindsAScheduleThatIsLeft) {
 #endif
 }
 
-TEST_F(AesWiping, LeavesNoKeyOfAnEncryption) {
-    Stack stack;
-    const auto text = aes::randomBytes(100'000, 1);
-    std::string result;
-    stack.run([&] { result = VTEncryption::AESEncryptData(text, kKey); });
-    EXPECT_EQ(result, aes::encryptedByOpenSsl(kKey, text));
-    EXPECT_FALSE(stack.contains(kKey.substr(0, 16)));
-    EXPECT_FALSE(stack.contains(kKey.substr(16)));
-    expectNoRoundKey(stack, aes::encryptionSchedule(kKey));
+// Nothing of a text that is worth hiding: its whole blocks, or what there is of one.
+void expectNoPlaintext(const Stack& stack, std::string_view text) {
+    while (!text.empty()) {
+        const auto block = text.substr(0, kAesBlockSize);
+        EXPECT_FALSE(block.size() >= 4 && stack.contains(block)) << text.size() << " bytes before the end";
+        text.remove_prefix(block.size());
+    }
 }
 
-TEST_F(AesWiping, LeavesNoKeyOfADecryption) {
-    Stack stack;
-    const auto text = aes::randomBytes(100'000, 2);
-    std::string result;
-    stack.run([&] { result = VTEncryption::AESDecryptData(text, kKey); });
-    EXPECT_EQ(result, aes::decryptedByOpenSsl(kKey, text));
-    EXPECT_FALSE(stack.contains(kKey.substr(0, 16)));
-    EXPECT_FALSE(stack.contains(kKey.substr(16)));
-    expectNoRoundKey(stack, aes::encryptionSchedule(kKey));
-    expectNoRoundKey(stack, aes::decryptionSchedule(kKey));
+// Less than a block, a vector and a batch of each path; a little more; much more.
+constexpr std::size_t kLengths[] = {5, 16, 17, 33, 70, 100, 600, 100'000, 100'007};
+
+TEST_F(AesWiping, LeavesNothingOfAnEncryption) {
+    for (const std::size_t length : kLengths) {
+        SCOPED_TRACE(length);
+        Stack stack;
+        const auto text = aes::randomBytes(length, 1);
+        std::string result;
+        stack.run([&] { result = VTEncryption::AESEncryptData(text, kKey); });
+        EXPECT_FALSE(result.empty());
+        EXPECT_FALSE(stack.contains(kKey.substr(0, 16)));
+        EXPECT_FALSE(stack.contains(kKey.substr(16)));
+        expectNoRoundKey(stack, aes::encryptionSchedule(kKey));
+        expectNoPlaintext(stack, std::string_view(text).substr(length - std::min<std::size_t>(length, 2048)));
+    }
+}
+
+TEST_F(AesWiping, LeavesNothingOfADecryption) {
+    for (const std::size_t length : kLengths) {
+        SCOPED_TRACE(length);
+        Stack stack;
+        const auto text = VTEncryption::AESEncryptData(aes::randomBytes(length, 2), kKey);
+        std::string result;
+        stack.run([&] { result = VTEncryption::AESDecryptData(text, kKey); });
+        EXPECT_EQ(result, aes::decryptedByOpenSsl(kKey, text));
+        EXPECT_FALSE(stack.contains(kKey.substr(0, 16)));
+        EXPECT_FALSE(stack.contains(kKey.substr(16)));
+        expectNoRoundKey(stack, aes::encryptionSchedule(kKey));
+        expectNoRoundKey(stack, aes::decryptionSchedule(kKey));
+        expectNoPlaintext(stack, std::string_view(result).substr(result.size() -
+                                                                 std::min<std::size_t>(result.size(), 2048)));
+    }
 }
 
 class AesWipingOnEachPath : public aes::OnEachPath {
@@ -139,17 +160,25 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Paths, AesWipingOnEachPath, testing::ValuesIn(aesPaths().begin(), aesPaths().end()),
                          aes::testName);
 
-TEST_P(AesWipingOnEachPath, LeavesNoRoundKey) {
-    const auto text = aes::randomBytes(1000 * kAesBlockSize, 3);
-    std::string output(text.size(), '\0');
-    for (const bool encrypts : {true, false}) {
-        Stack stack;
-        const auto schedule = encrypts ? aes::encryptionSchedule(kKey) : aes::decryptionSchedule(kKey);
-        const auto run = encrypts ? GetParam().encrypt : GetParam().decrypt;
-        stack.run(
-            [&] { run(schedule.words.data(), schedule.rounds, aes::in(text), aes::out(output), 1000); });
-        EXPECT_EQ(output,
-                  encrypts ? aes::encryptedByOpenSsl(kKey, text) : aes::decryptedByOpenSsl(kKey, text));
-        expectNoRoundKey(stack, schedule);
+TEST_P(AesWipingOnEachPath, LeavesNeitherRoundKeysNorPlaintext) {
+    for (const std::size_t keySize : {16, 24, 32}) {
+        const auto key = kKey.substr(0, keySize);
+        for (const std::size_t blocks : {1, 2, 3, 5, 7, 15, 31, 33, 1000}) {
+            for (const bool encrypts : {true, false}) {
+                SCOPED_TRACE(testing::Message() << keySize << ' ' << blocks << ' ' << encrypts);
+                Stack stack;
+                const auto text = aes::randomBytes(blocks * kAesBlockSize, 3);
+                std::string output(text.size(), '\0');
+                const auto schedule = encrypts ? aes::encryptionSchedule(key) : aes::decryptionSchedule(key);
+                const auto run = encrypts ? GetParam().encrypt : GetParam().decrypt;
+                stack.run([&] {
+                    run(schedule.words.data(), schedule.rounds, aes::in(text), aes::out(output), blocks);
+                });
+                EXPECT_EQ(output,
+                          encrypts ? aes::encryptedByOpenSsl(key, text) : aes::decryptedByOpenSsl(key, text));
+                expectNoRoundKey(stack, schedule);
+                expectNoPlaintext(stack, std::string_view(encrypts ? text : output).substr(0, 2048));
+            }
+        }
     }
 }

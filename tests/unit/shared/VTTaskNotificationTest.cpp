@@ -6,8 +6,10 @@
 #include "PrivateBus.h"
 #include "linux/BusMessagePorts.h"
 
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
+#include <functional>
 #include <gmock/gmock.h>
 #include <sstream>
 #include <thread>
@@ -24,6 +26,9 @@ namespace {
 constexpr const char* kCurrentPort = "VTVarnClientCallback";
 constexpr const char* kEarlierPort = "VTOSTLClientCallback";
 constexpr const char* kProcess = "shared_tests";
+constexpr const char* kNobodyAnswers =
+    "Exception in +[VTTaskNotification postTaskFinished]. NSPortTimeoutException - nobody answers at "
+    "/com/vantorel/VTVarnClientCallback.\n";
 
 struct Controller {
     std::string port;
@@ -79,6 +84,24 @@ protected:
         VTTaskNotification::postTaskErrorString("too bad");
         VTTaskNotification::postTaskFinished();
         VTTaskNotification::postDisconnect();
+    }
+
+    // No thread, descriptor, connection or match rule is left of work that prints this.
+    void expectNothingLeft(const std::function<void()>& work, const testing::Matcher<std::string>& printed) {
+        const BusInspection inspection(*bus);
+        platform::BusMessagePorts().rootProxy({});
+        VTLog::appendLog("What is kept after the first use is there now.");
+        VTLog::finishWriting();
+        const auto threads = countOfOwn("task");
+        const auto descriptors = countOfOwn("fd");
+        const auto connections = inspection.connections();
+        EXPECT_THAT(output(work), printed);
+        EXPECT_EQ(countOfOwn("task"), threads);
+        EXPECT_EQ(countOfOwn("fd"), descriptors);
+        EXPECT_THAT(inspection.matchRules(""), IsEmpty());
+        while (inspection.connections().size() >
+               connections.size()) { // which the bus notices in its own time
+        }
     }
 
     std::unique_ptr<PrivateBus> bus;
@@ -173,10 +196,34 @@ TEST_F(VTTaskNotificationTest, AControllerWithoutMessagesGetsNoneAndThereIsAPaus
 
 TEST_F(VTTaskNotificationTest, OneThatNeverAnswersIsATimeout) {
     startControllers({{kCurrentPort, "mute"}});
-    EXPECT_EQ(
-        output(VTTaskNotification::postTaskFinished),
-        "Exception in +[VTTaskNotification postTaskFinished]. NSPortTimeoutException - nobody answers at "
-        "/com/vantorel/VTVarnClientCallback.\n");
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(output(VTTaskNotification::postTaskFinished), kNobodyAnswers);
+    const auto time = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(time, std::chrono::milliseconds(900));
+    EXPECT_LT(time, std::chrono::seconds(3));
+}
+
+TEST_F(VTTaskNotificationTest, OneThatIsSlowToAnswerIsWaitedForUpToASecond) {
+    startControllers({{kCurrentPort, "slow"}});
+    EXPECT_THAT(output(VTTaskNotification::postTaskFinished), IsEmpty());
+    EXPECT_THAT(received(kCurrentPort), ElementsAre("postFinishedTask"));
+    startControllers({{kCurrentPort, "late"}});
+    EXPECT_EQ(output(VTTaskNotification::postTaskFinished), kNobodyAnswers);
+    EXPECT_THAT(received(kCurrentPort), ElementsAre("postFinishedTask")); // that from before
+}
+
+TEST_F(VTTaskNotificationTest, OneThatHandlesMessagesSlowlyIsNotWaitedFor) {
+    startControllers({{kCurrentPort, "busy"}});
+    EXPECT_THAT(output(VTTaskNotification::postTaskFinished), IsEmpty());
+    EXPECT_THAT(sandbox::readFile(file(kCurrentPort)), IsEmpty()); // still at it
+    sandbox::writeFile(file(kCurrentPort) + ".go", "");
+    EXPECT_THAT(received(kCurrentPort), ElementsAre("postFinishedTask"));
+}
+
+TEST_F(VTTaskNotificationTest, OneThatLeavesBeforeTheMessageGetsNoneAndNobodyIsTold) {
+    startControllers({{kCurrentPort, "leaving"}, {kEarlierPort, "new"}});
+    EXPECT_THAT(output(VTTaskNotification::postTaskFinished), IsEmpty());
+    EXPECT_THAT(received(kEarlierPort), IsEmpty());
 }
 
 TEST_F(VTTaskNotificationTest, OneThatDiesIsATimeoutAndThenNoController) {
@@ -192,14 +239,26 @@ TEST_F(VTTaskNotificationTest, OneThatDiesIsATimeoutAndThenNoController) {
 TEST_F(VTTaskNotificationTest, WhatCannotBeSentIsLogged) {
     startControllers({{kCurrentPort, "old"}});
     EXPECT_EQ(
-        output([] { VTTaskNotification::postTaskErrorString("\xFF"); }),
-        "Exception in +[VTTaskNotification postTaskErrorString:]. NSInvalidArgumentException - an argument "
-        "of postErrorString cannot be sent.\n");
-    EXPECT_EQ(
         output([] { VTTaskNotification::postTaskError(PropertyList::Uid{1}); }),
         "Exception in +[VTTaskNotification postTaskError:]. NSInvalidArgumentException - an argument of "
         "postError cannot be sent.\n");
     EXPECT_THAT(received(kCurrentPort), IsEmpty());
+}
+
+TEST_F(VTTaskNotificationTest, TextThatIsNotUtf8ArrivesAllTheSame) {
+    startControllers({{kCurrentPort, "new"}});
+    char process[] = "work\xFFr";
+    program_invocation_short_name = process;
+    const auto printed = output([] {
+        VTTaskNotification::postTaskErrorString(std::string("cannot copy /a/\xFF\0b", 18));
+        VTTaskNotification::postTaskError("/a/\xFF");
+        VTTaskNotification::postTaskError(PropertyList::Dictionary{{"pa\xFFth", "/a/\xFF"}});
+    });
+    EXPECT_THAT(printed, IsEmpty());
+    EXPECT_THAT(received(kCurrentPort),
+                ElementsAre("postErrorStringUserInfo cannot copy /a/\uFFFD\uFFFDb appName=work\uFFFDr",
+                            "postErrorForApp </a/\uFFFD> work\uFFFDr",
+                            "postErrorForApp < pa\uFFFDth=/a/\uFFFD > work\uFFFDr"));
 }
 
 TEST_F(VTTaskNotificationTest, AThousandFromFourThreadsArriveOnceAndInOrder) {
@@ -234,20 +293,22 @@ TEST_F(VTTaskNotificationTest, AThousandFromFourThreadsArriveOnceAndInOrder) {
 
 TEST_F(VTTaskNotificationTest, NothingIsLeftOfTenThousandCallsWithoutAController) {
     startControllers({});
-    const BusInspection inspection(*bus);
-    VTTaskNotification::postIncrementProgress(); // what a library keeps after its first use is there now
-    const auto threads = countOfOwn("task");
-    const auto descriptors = countOfOwn("fd");
-    const auto printed = output([] {
-        for (int i = 0; i < 2'000; ++i) {
-            postAll();
-        }
-    });
-    EXPECT_THAT(printed, IsEmpty());
-    EXPECT_EQ(countOfOwn("task"), threads);
-    EXPECT_EQ(countOfOwn("fd"), descriptors);
-    EXPECT_THAT(inspection.matchRules(""), IsEmpty());
-    inspection.waitUntilAlone();
+    expectNothingLeft(
+        [] {
+            for (int i = 0; i < 2'000; ++i) {
+                postAll();
+            }
+        },
+        IsEmpty());
+}
+
+TEST_F(VTTaskNotificationTest, NothingIsLeftOfCallsWithControllersOfAllKinds) {
+    for (const char* kind : {"new", "old", "nothing", "mute", "leaving"}) {
+        SCOPED_TRACE(kind);
+        startControllers({{kCurrentPort, kind}, {kEarlierPort, "old"}});
+        const bool isMute = kind == std::string_view("mute");
+        expectNothingLeft(VTTaskNotification::postTaskFinished, isMute ? kNobodyAnswers : "");
+    }
 }
 
 TEST_F(VTTaskNotificationTest, WithoutABusNothingHappens) {

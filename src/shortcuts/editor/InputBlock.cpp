@@ -56,7 +56,7 @@ bool InputBlock::eventFilter(QObject* receiver, QEvent* event) {
     }
 }
 
-void waitWithoutInput(std::function<void()> work, double seconds) {
+void waitWithoutInput(const std::function<void()>& work, double seconds) {
     const InputBlock block;
     const auto loop = std::make_shared<QEventLoop>();
     try {

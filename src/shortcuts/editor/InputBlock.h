@@ -20,4 +20,4 @@ protected:
 
 // Does the work on another thread and returns when it is done, or when the program ends or so many seconds
 // have gone by and the work goes on by itself. Meanwhile windows repaint and take no input. Main thread.
-void waitWithoutInput(std::function<void()> work, double seconds);
+void waitWithoutInput(const std::function<void()>& work, double seconds);

@@ -33,9 +33,8 @@ VTShortcutKeyFieldEditor::VTShortcutKeyFieldEditor(QWidget* parent) : QLineEdit(
     setReadOnly(true);
     setContextMenuPolicy(Qt::NoContextMenu);
     setFrame(false);
-    setPlaceholderText(tr("press a key…"));
     setAccessibleName(tr("Shortcut"));
-    setAccessibleDescription(placeholderText());
+    setAccessibleDescription(tr("press a key…"));
 }
 
 bool VTShortcutKeyFieldEditor::event(QEvent* event) {
@@ -84,7 +83,7 @@ void VTShortcutKeyFieldEditor::keyDown(const QKeyEvent& event) {
 
 void VTShortcutKeyFieldEditor::showEvent(QShowEvent* event) {
     QLineEdit::showEvent(event);
-    setPlaceholderText(tr("press a key…"));
+    setPlaceholderText(accessibleDescription());
     grabKeyboard();
 }
 

@@ -1,11 +1,12 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace platform {
 
-// Moves a file that could not be read out of the way of the one that is to replace it, to
-// `<path>.damaged-<time>`, and tells the console. Throws `Exception` when it cannot be moved. Any thread.
-void keepDamagedFile(const std::string& path);
+// Writes a file in the place of one that could not be read, which is kept as `<path>.damaged-<time>`, and
+// tells the console. Throws `Exception` when that is impossible; the file is where it was then. Any thread.
+void replaceDamagedFile(const std::string& path, std::string_view bytes);
 
 } // namespace platform

@@ -29,7 +29,7 @@ std::optional<PropertyList> parsePropertyList(std::string_view bytes);
 // The list as a file's bytes. Throws `Exception` ("NSInvalidArgumentException") for a list beyond the
 // limits above, so that nothing is written that could not be read back, and for what the format cannot
 // tell: text that is not UTF-8 or has a zero byte, object references beyond 2^32-1, dates that are no
-// number, and in XML control characters and dates outside the years 1000 to 9999. XML keeps dates to the
+// number, and in XML control characters and dates outside the years 0 to 9999. XML keeps dates to the
 // second; binary keeps their fractions.
 std::string serializePropertyList(const PropertyList& list, PropertyListFormat format);
 

@@ -53,14 +53,14 @@ Store storeAt(const std::optional<std::string>& plistPath) {
 void recordInFile(const std::string& path, const char* key) {
     auto& fileManager = *platform::current().fileManager;
     auto read = platform::dictionaryWithContentsOfFile(path);
-    if (!read && fileManager.fileExists(path) && !fileManager.isDirectory(path)) {
-        platform::keepDamagedFile(path);
-    }
+    const bool isDamaged = !read && fileManager.fileExists(path) && !fileManager.isDirectory(path);
     auto values = std::move(read).value_or(PropertyList::Dictionary());
     values.insert_or_assign(key, now());
     const auto bytes =
         serializePropertyList(PropertyList(std::move(values)), platform::PropertyListFormat::Binary);
-    if (auto error = fileManager.writeAtomically(path, bytes)) {
+    if (isDamaged) {
+        platform::replaceDamagedFile(path, bytes);
+    } else if (auto error = fileManager.writeAtomically(path, bytes)) {
         throw platform::Exception("NSFileHandleOperationException", error.message());
     }
 }

@@ -21,6 +21,11 @@ std::uint16_t BindingFile::mask(bool shift, bool ctrl, bool cmd, bool opt) {
                                       (opt ? kOption : 0));
 }
 
+std::uint64_t BindingFile::numberForKey(const PropertyList::Dictionary& entry, std::string_view key) {
+    const auto found = entry.find(key);
+    return found == entry.end() ? 0 : static_cast<std::uint64_t>(platform::integerValue(found->second));
+}
+
 std::optional<std::string> BindingFile::path() {
     return VTLocalPaths::appending(VTLocalPaths::prefsDirectory(true), kFileName);
 }
@@ -72,9 +77,10 @@ void BindingFile::write() const {
             platform::serializePropertyList(std::move(root), platform::PropertyListFormat::Xml);
         fileManager.createDirectory(*VTLocalPaths::prefsDirectory(true)); // writing fails if that does
         if (!wasRead_ && fileManager.fileExists(*file)) {
-            platform::keepDamagedFile(*file);
+            platform::replaceDamagedFile(*file, bytes);
+        } else {
+            fileManager.writeAtomically(*file, bytes);
         }
-        fileManager.writeAtomically(*file, bytes);
     } catch (const platform::Exception&) {
         // The user sees in the table what was asked for, whether or not it could be stored.
     }

@@ -24,6 +24,9 @@ public:
 
     static std::uint16_t mask(bool shift, bool ctrl, bool cmd, bool opt);
 
+    // A number of an entry; one that is missing counts as 0.
+    static std::uint64_t numberForKey(const PropertyList::Dictionary& entry, std::string_view key);
+
     // com.vantorel.shortcutkeys.plist in the user's preferences; absent where there is no such folder.
     static std::optional<std::string> path();
 

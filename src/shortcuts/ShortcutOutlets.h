@@ -63,7 +63,8 @@ struct ShortcutOutlets {
     std::shared_ptr<outlet::View> parentView = nullptr;
     std::function<std::shared_ptr<outlet::FieldEditor>()> makeFieldEditor = nullptr;
 
-    // Does the work on another thread, and returns when it is done or the program ends. Meanwhile the main
-    // thread's loop runs and takes no input from the user. Absent, work is done on the spot.
-    std::function<void(std::function<void()> work)> waitWithoutInput = nullptr;
+    // Does the work on another thread, and returns when it is done, the program ends, or so many seconds have
+    // gone by; the work goes on by itself then. Meanwhile the main thread's loop runs and takes no input from
+    // the user. Absent, work is done on the spot.
+    std::function<void(std::function<void()> work, double seconds)> waitWithoutInput = nullptr;
 };

@@ -8,10 +8,11 @@
 namespace {
 
 constexpr double kManagerTimeLimit = 10; // seconds
+// For as long, in seconds, a manager is waited for that was told to end and does not.
+constexpr double kPatience = 5;
 
 bool booleanForKey(const platform::PropertyList::Dictionary& userInfo, std::string_view key) {
-    const auto found = userInfo.find(key);
-    return found != userInfo.end() && platform::integerValue(found->second) != 0;
+    return BindingFile::numberForKey(userInfo, key) != 0;
 }
 
 void postReload() {
@@ -51,9 +52,7 @@ void VTShortcutKeyTableDelegate::keyChanged(const platform::Notification& notifi
     const auto& userInfo = notification.userInfo;
     auto* record = userInfo.empty() ? nullptr : selectedRecord();
     if (record) {
-        const auto found = userInfo.find("keycode");
-        const auto keycode =
-            found == userInfo.end() ? 0 : static_cast<std::uint64_t>(platform::integerValue(found->second));
+        const auto keycode = BindingFile::numberForKey(userInfo, "keycode");
         const bool shift = booleanForKey(userInfo, "shift");
         const bool ctrl = booleanForKey(userInfo, "ctrl");
         const bool opt = booleanForKey(userInfo, "opt");
@@ -94,8 +93,8 @@ VTShortcutKeyTableDelegate::PropertyList::Dictionary* VTShortcutKeyTableDelegate
 }
 
 void VTShortcutKeyTableDelegate::handOffToManager() const {
-    const auto manager = managerPath();
-    if (!manager || !platform::current().fileManager->fileExists(*manager)) {
+    const auto manager = installedManager();
+    if (!manager) {
         platform::current().consoleLog->log("Unable to setup shortcut keys - shortcut key manager doesn't "
                                             "exist. Please reinstall this software.");
         return;
@@ -103,7 +102,7 @@ void VTShortcutKeyTableDelegate::handOffToManager() const {
     const auto run = [path = *manager] { VTTaskEx::runTask(path, {"-setup"}, kManagerTimeLimit); };
     // A copy: what stands behind the outlets may be replaced while the loop runs.
     if (const auto wait = outlets_.waitWithoutInput) {
-        wait(run);
+        wait(run, kManagerTimeLimit + kPatience);
     } else {
         run();
     }

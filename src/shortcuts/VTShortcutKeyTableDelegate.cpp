@@ -17,12 +17,6 @@ constexpr double kIconSize = 16;
 std::mutex instanceMutex;
 VTShortcutKeyTableDelegate* instance = nullptr; // guarded by it
 
-// A number of a watch entry; one that is missing counts as 0.
-std::uint64_t numberForKey(const platform::PropertyList::Dictionary& entry, std::string_view key) {
-    const auto found = entry.find(key);
-    return found == entry.end() ? 0 : static_cast<std::uint64_t>(platform::integerValue(found->second));
-}
-
 } // namespace
 
 VTShortcutKeyTableDelegate* VTShortcutKeyTableDelegate::allocate() {
@@ -35,10 +29,10 @@ VTShortcutKeyTableDelegate* VTShortcutKeyTableDelegate::allocate() {
 }
 
 VTShortcutKeyTableDelegate& VTShortcutKeyTableDelegate::sharedController() {
-    const std::lock_guard lock(instanceMutex);
-    if (!instance) {
-        instance = new VTShortcutKeyTableDelegate;
+    if (auto* made = allocate()) {
+        return *made;
     }
+    const std::lock_guard lock(instanceMutex);
     return *instance;
 }
 
@@ -53,8 +47,7 @@ void VTShortcutKeyTableDelegate::awakeFromNib() {
 }
 
 void VTShortcutKeyTableDelegate::populateKeyData() {
-    const auto manager = managerPath();
-    if (!manager || !platform::current().fileManager->fileExists(*manager)) {
+    if (!installedManager()) {
         if (outlets_.versionAlertText) {
             outlets_.versionAlertText->setHidden(false);
         }
@@ -87,9 +80,10 @@ void VTShortcutKeyTableDelegate::applyBindings(CommandRecords& records) const {
     if (!bindings) {
         return;
     }
+    const auto own = bundleIdentifier();
     for (const auto& item : bindings->watchlist()) {
         const auto* entry = item.dictionary();
-        if (!entry || stringForKey(*entry, "bundleid") != bundleIdentifier()) {
+        if (!entry || stringForKey(*entry, "bundleid") != own) {
             continue;
         }
         const auto command = stringForKey(*entry, "commandid");
@@ -97,8 +91,9 @@ void VTShortcutKeyTableDelegate::applyBindings(CommandRecords& records) const {
             return command && stringForKey(candidate, "id") == command;
         });
         if (record != records.end()) {
-            record->insert_or_assign("keyname", nameForKeyCode(numberForKey(*entry, "keycode"),
-                                                               numberForKey(*entry, "modifiers")));
+            record->insert_or_assign("keyname",
+                                     nameForKeyCode(BindingFile::numberForKey(*entry, "keycode"),
+                                                    BindingFile::numberForKey(*entry, "modifiers")));
         }
     }
 }
@@ -131,9 +126,10 @@ VTShortcutKeyTableDelegate::windowWillReturnFieldEditor(const void* client) cons
     return vtFieldEditor_;
 }
 
-std::optional<std::string> VTShortcutKeyTableDelegate::managerPath() {
-    return VTLocalPaths::appending(VTLocalPaths::appSupportDirectory(false),
-                                   "Vantorel/Shared Resources/VTShortcutKeyManager");
+std::optional<std::string> VTShortcutKeyTableDelegate::installedManager() {
+    auto path = VTLocalPaths::appending(VTLocalPaths::appSupportDirectory(false),
+                                        "Vantorel/Shared Resources/VTShortcutKeyManager");
+    return path && platform::current().fileManager->fileExists(*path) ? path : std::nullopt;
 }
 
 std::string VTShortcutKeyTableDelegate::bundleIdentifier() const {

@@ -102,7 +102,8 @@ public:
 private:
     VTShortcutKeyTableDelegate() = default;
 
-    static std::optional<std::string> managerPath();
+    // Where the manager lies; absent when there is none.
+    static std::optional<std::string> installedManager();
 
     std::string bundleIdentifier() const;
     void applyBindings(CommandRecords& records) const;

@@ -1,51 +1,14 @@
 """The editor of keyboard shortcuts, with real key presses under several keyboard layouts."""
 
-import ctypes
-import json
 import os
-import pathlib
 import plistlib
-import re
-import shutil
-import subprocess
 import sys
-import tempfile
 import unittest
 
 from gi.repository import Gio, GLib
 
-from launcher_driver import SAMPLE_SUITE, Atspi, DesktopTest, has_state, take_picture, wait_until, xdotool
-
-OWN = "com.vantorel.Launcher"
-SHIFT, CTRL, ALT, CMD = 0x0200, 0x1000, 0x0800, 0x0100
-
-# As VTKeys.plist lists them.
-COMMANDS = [("showLauncher", "Show the Launcher"), ("reloadTools", "Reload the tools"),
-            ("sortByName", "Sort by name"), ("sortByGroup", "Sort by group"), ("startPurgel", "Start Purgel"),
-            ("checkForUpdates", "Check for updates"), ("openManual", "Open the suite's manual"),
-            ("quit", "Quit the Launcher")]
-
-MISSING = ("Unable to setup shortcut keys - shortcut key manager doesn't exist. "
-           "Please reinstall this software.")
-
-
-def entry(command, keycode, modifiers):
-    return {"bundleid": OWN, "keycode": keycode, "modifiers": modifiers, "commandid": command}
-
-
-def set_layout(*arguments):
-    subprocess.run(["setxkbmap", "-rules", "evdev", "-model", "pc105", *arguments], timeout=30, check=True)
-
-
-def press_key(keycode):
-    """A key by its code and nothing else: xdotool chooses a layout for each key that it presses."""
-    x11, xtest = ctypes.CDLL("libX11.so.6"), ctypes.CDLL("libXtst.so.6")
-    x11.XOpenDisplay.restype = ctypes.c_void_p
-    display = ctypes.c_void_p(x11.XOpenDisplay(None))
-    for down in (1, 0):
-        xtest.XTestFakeKeyEvent(display, ctypes.c_uint(keycode), down, ctypes.c_ulong(0))
-    x11.XSync(display, 0)
-    x11.XCloseDisplay(display)
+from launcher_driver import Atspi, has_state, take_picture, wait_until, xdotool
+from shortcut_editor import ALT, CMD, COMMANDS, CTRL, SHIFT, ShortcutTest, entry, press_key, set_layout
 
 
 class ReloadEvents:
@@ -78,85 +41,7 @@ class ReloadEvents:
         return len(self.heard)
 
 
-class ShortcutTest(DesktopTest):
-    def setUp(self):
-        set_layout("us")
-        self.addCleanup(set_layout, "us")
-        self.root = pathlib.Path(tempfile.mkdtemp(prefix="root-", dir=os.environ["HOME"]))
-        self.addCleanup(shutil.rmtree, self.root)
-        for folder in ("Applications", "Library/Logs/Vantorel"):
-            (self.root / folder).mkdir(parents=True)
-        self.manager = self.root / "Library/Application Support/Vantorel/Shared Resources/VTShortcutKeyManager"
-        self.manager.parent.mkdir(parents=True)
-        shutil.copy(pathlib.Path(SAMPLE_SUITE, self.manager.relative_to(self.root)), self.manager)
-        self.home = pathlib.Path(tempfile.mkdtemp(prefix="home-", dir=os.environ["HOME"]))
-        self.addCleanup(shutil.rmtree, self.home)
-        self.file = self.home / "Library/Preferences/com.vantorel.shortcutkeys.plist"
-
-    # --- the editor ---
-
-    def open_editor(self, **environment):
-        self.launcher = self.launch(root=str(self.root), home=str(self.home), environment=environment)
-        self.launcher.press("ctrl+k")
-        self.find_editor()
-
-    def find_editor(self):
-        self.table = self.launcher.find("table", "Shortcuts")
-        wait_until(lambda: "Keyboard Shortcuts" in xdotool("getactivewindow", "getwindowname"),
-                   "the editor with the keyboard")
-
-    def cell(self, row, column):
-        return self.table.get_accessible_at(row, column)
-
-    def shown(self):
-        """The shortcuts, top to bottom; "" where there is none."""
-        return [self.cell(row, 1).get_name() for row in range(self.table.get_n_rows())]
-
-    def edits(self):
-        """Whether the field editor is open."""
-        return any(has_state(found, Atspi.StateType.SHOWING)
-                   for found in self.launcher.find_all("text", "Shortcut"))
-
-    def select(self, row):
-        self.launcher.click(self.cell(row, 0))
-        wait_until(lambda: self.table.is_row_selected(row), f"row {row} selected")
-
-    def begin(self, row, how="double click"):
-        if how == "double click":
-            self.launcher.click(self.cell(row, 1), times=2)
-        else:
-            self.select(row)
-            xdotool("key", how)
-        wait_until(self.edits, "the field editor")
-
-    def setups(self):
-        """What the manager has found in the file, run by run."""
-        log = self.home / "Library/Logs/VTShortcutKeyManager.log"
-        if not log.exists():
-            return []
-        runs = [json.loads(line) for line in log.read_text(encoding="utf-8").splitlines()]
-        self.assertTrue(all(run["arguments"] == ["-setup"] for run in runs))
-        return [run["watchlist"] for run in runs]
-
-    def bind(self, row, keys, name, keycode, modifiers, how="double click"):
-        """Binds, and compares what is shown, what is stored and what the manager found."""
-        runs = len(self.setups())
-        self.begin(row, how)
-        if isinstance(keys, int):
-            press_key(keys)
-        else:
-            xdotool("key", keys)
-        wait_until(lambda: not self.edits() and len(self.setups()) == runs + 1, f"{keys} captured")
-        self.assertEqual(self.shown()[row], name)
-        stored = self.watchlist()
-        self.assertEqual(stored[-1], entry(COMMANDS[row][0], keycode, modifiers))
-        self.assertEqual(self.setups()[-1], stored)
-
-    def watchlist(self):
-        return plistlib.loads(self.file.read_bytes())["watchlist"]
-
-    # --- tests ---
-
+class EditorTest(ShortcutTest):
     def test_lists_the_commands(self):
         self.open_editor()
         self.assertEqual([self.table.get_column_description(column) for column in range(2)],
@@ -262,6 +147,16 @@ class ShortcutTest(DesktopTest):
         self.assertEqual(self.shown()[0], "Cmd+A")
         self.assertEqual(len(self.setups()), 1)
 
+    def test_a_key_that_switches_layouts_is_no_key_press(self):
+        set_layout("us,de", "-option", "", "-option", "grp:caps_toggle")
+        self.addCleanup(set_layout, "us", "-option", "")
+        self.open_editor()
+        self.begin(0)
+        press_key(66)  # Caps Lock, which switches
+        press_key(29)
+        wait_until(lambda: not self.edits() and len(self.setups()) == 1, "the second key captured")
+        self.assertEqual(self.shown()[0], "Shift+Cmd+Z")
+
     def test_layouts_are_switched_while_it_runs(self):
         self.open_editor()
         # One and the same key, wherever the layout has its characters.
@@ -301,65 +196,18 @@ class ShortcutTest(DesktopTest):
         content["watchlist"].append(entry("showLauncher", 45, CMD))
         self.assertEqual(plistlib.loads(self.file.read_bytes()), content)
 
-    def test_without_a_manager_it_says_so(self):
-        self.manager.unlink()
+    def test_a_damaged_file_is_left_alone_until_a_key_is_set(self):
         self.file.parent.mkdir(parents=True)
-        self.file.write_bytes(plistlib.dumps({"watchlist": [entry("quit", 24, CMD)]}))
         self.open_editor()
-        self.launcher.find("label", re.compile("The shortcut key manager is missing.*"))
-        self.assertFalse(has_state(self.table, Atspi.StateType.ENABLED))
-        self.assertEqual(self.shown()[7], "Cmd+Q")
-        self.launcher.click(self.cell(7, 1), times=2)
-        self.launcher.click(self.launcher.find("push button", "Clear"))
-        wait_until(lambda: MISSING in self.launcher.standard_error(), "the console line")
-        self.assertFalse(self.edits())
-        self.assertEqual(self.watchlist(), [entry("quit", 24, CMD)])
-
-    def replace_manager(self, script):
-        self.manager.write_text("#!/bin/sh\n" + script, encoding="utf-8")
-
-    def test_a_manager_that_crashes_or_spams_changes_nothing(self):
-        for script in ("kill -SEGV $$\n", "head -c 5000000 /dev/zero; head -c 5000000 /dev/zero >&2\n"):
-            self.replace_manager(script)
-            self.open_editor()
-            self.begin(0)
-            xdotool("key", "super+k")
-            wait_until(lambda: not self.edits(), "the edit ended")
-            self.assertEqual(self.shown()[0], "Cmd+K")
-            self.assertEqual(self.watchlist(), [entry("showLauncher", 45, CMD)])
-            self.assertNotIn("\0", self.launcher.standard_error())
-            self.launcher.end()
-
-    def test_a_manager_that_hangs_is_ended_after_ten_seconds(self):
-        self.replace_manager(f"echo $$ > '{self.home}/manager'\nexec sleep 600\n")
-        self.open_editor()
-        self.begin(0)
-        started = GLib.get_monotonic_time()
-        xdotool("key", "super+k")
-        note = self.home / "manager"
-        process = wait_until(lambda: note.exists() and note.read_text(encoding="ascii").strip(),
-                             "the manager at work")
-        # The windows still answer, but take no keys and no clicks.
-        self.assertEqual(self.table.get_n_rows(), len(COMMANDS))
-        self.launcher.click(self.cell(1, 1), times=2)
-        xdotool("key", "super+j", "Delete", "ctrl+q")
-        self.assertEqual(self.watchlist(), [entry("showLauncher", 45, CMD)])
-        wait_until(lambda: "Task timed out. Terminating..." in self.launcher.standard_error(), "the time-out")
-        self.assertGreaterEqual(GLib.get_monotonic_time() - started, 10_000_000)
-        wait_until(lambda: not os.path.exists(f"/proc/{process}"), "the end of the manager")
-        wait_until(lambda: not self.edits(), "the edit ended")
-        self.assertEqual(self.shown()[:2], ["Cmd+K", ""])
-        self.assertEqual(self.watchlist(), [entry("showLauncher", 45, CMD)])  # nothing was kept for later
-        self.assertIsNone(self.launcher.process.poll())
-
-    def test_quitting_does_not_wait_for_a_manager_that_hangs(self):
-        self.replace_manager(f"echo $$ > '{self.home}/manager'\nexec sleep 20\n")
-        self.open_editor()
-        self.begin(0)
-        xdotool("key", "super+k")
-        wait_until(lambda: (self.home / "manager").exists(), "the manager at work")
-        self.launcher.process.terminate()
-        self.assertEqual(self.launcher.wait_for_exit(limit=5), 0)
+        for run, damage in enumerate((b"<plist><dict>", b"<plist><array/></plist>", b"")):
+            self.file.write_bytes(damage)
+            self.select(0)
+            xdotool("key", "Delete")
+            wait_until(lambda: len(self.setups()) == run + 1, "the manager told")
+            self.assertIsNone(self.setups()[-1])
+            self.assertEqual(self.file.read_bytes(), damage)
+        self.bind(0, "super+k", "Cmd+K", 45, CMD)
+        self.assertEqual(plistlib.loads(self.file.read_bytes()), {"watchlist": [entry("showLauncher", 45, CMD)]})
 
     def test_closes_with_escape_and_opens_again(self):
         self.open_editor()

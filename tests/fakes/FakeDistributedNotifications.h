@@ -3,6 +3,7 @@
 #include "DistributedNotifications.h"
 
 #include <algorithm>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -22,10 +23,18 @@ public:
     }
     bool post(const std::string& name, const std::string& object,
               const platform::PropertyList::Dictionary& userInfo) override {
-        std::lock_guard lock(mutex_);
-        posted_.push_back({name, object, userInfo});
+        {
+            std::lock_guard lock(mutex_);
+            posted_.push_back({name, object, userInfo});
+        }
+        if (onPost) {
+            onPost();
+        }
         return true;
     }
+
+    // Runs on the posting thread whenever something has been posted. Set it before other threads post.
+    std::function<void()> onPost;
 
     struct Posted {
         std::string name;

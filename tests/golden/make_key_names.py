@@ -1,11 +1,11 @@
 #!/usr/bin/python3
 """Makes the golden names of every key of a 105-key keyboard, from keymaps that xkbcli compiles:
 
-    make_key_names.py [FOLDER]
+    make_key_names.py [--check]
 
-For each layout FOLDER (this one, unless told otherwise) gets the compiled keymap, LAYOUT.xkb, and
-LAYOUT.names with a line for each key: its code, a tab, and what the editor of shortcuts calls it with no
-modifiers. Nothing of the Launcher's own code is used: the keymap's text is read here, and what a keysym
+For each layout this folder gets the compiled keymap, LAYOUT.xkb, and LAYOUT.names with a line for each key: its
+code, a tab, and what the editor of shortcuts calls it with no modifiers. With --check nothing is written, but
+names that would change are told, with exit status 1. Nothing of the Launcher's own code is used: the keymap's text is read here, and what a keysym
 stands for is told below.
 """
 
@@ -91,15 +91,22 @@ def name_of(keysyms):
 
 
 def main():
-    folder = pathlib.Path(sys.argv[1] if len(sys.argv) > 1 else __file__).resolve()
-    folder = folder if folder.is_dir() else folder.parent
+    folder = pathlib.Path(__file__).resolve().parent
+    check = sys.argv[1:] == ["--check"]
+    stale = []
     assert len(KEYS) == len(set(KEYS)) == 105, len(KEYS)
     for name, (layout, variant) in LAYOUTS.items():
         keymap = compile_keymap(layout, variant)
         codes = key_codes(keymap)
-        lines = [f"{codes[key]}\t{name_of(levels(keymap, key))}\n" for key in KEYS]
-        (folder / f"{name}.xkb").write_text(keymap, encoding="utf-8")
-        (folder / f"{name}.names").write_text("".join(lines), encoding="utf-8")
+        names = "".join(f"{codes[key]}\t{name_of(levels(keymap, key))}\n" for key in KEYS)
+        golden = folder / f"{name}.names"
+        if check:
+            stale += [] if golden.read_text(encoding="utf-8") == names else [golden.name]
+        else:
+            (folder / f"{name}.xkb").write_text(keymap, encoding="utf-8")
+            golden.write_text(names, encoding="utf-8")
+    if stale:
+        sys.exit(f"Not what xkbcli's keymaps give: {', '.join(stale)}")
 
 
 if __name__ == "__main__":

@@ -30,7 +30,7 @@ constexpr std::array<KeysymText, 24> kControlCharacters{{
 }};
 
 // Keys that have a name in place of a text; function keys and those of makers are named by rule.
-constexpr std::array<KeysymText, 12> kNames{{
+constexpr std::array<KeysymText, 13> kNames{{
     {XKB_KEY_Insert, "Insert"},
     {XKB_KEY_KP_Insert, "Insert"},
     {XKB_KEY_Print, "Print Screen"},
@@ -43,6 +43,7 @@ constexpr std::array<KeysymText, 12> kNames{{
     {XKB_KEY_Clear, "Clear"},
     {XKB_KEY_Undo, "Undo"},
     {XKB_KEY_Find, "Find"},
+    {XKB_KEY_Linefeed, "Line Feed"},
 }};
 
 constexpr std::string_view kMakersPrefix = "XF86"; // keys for sound, brightness and the like

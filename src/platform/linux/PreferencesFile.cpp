@@ -47,9 +47,10 @@ void PreferencesFile::setValue(const PropertyList& value, const std::string& key
     values.insert_or_assign(key, value);
     auto bytes = serializePropertyList(PropertyList(std::move(values)), PropertyListFormat::Binary);
     if (contents.exists && !isSound) {
-        keepDamagedFile(path_);
+        replaceDamagedFile(path_, bytes);
+    } else {
+        throwOn(fileManager.writeAtomically(path_, bytes));
     }
-    throwOn(fileManager.writeAtomically(path_, bytes));
 }
 
 bool PreferencesFile::Stamp::operator==(const Stamp& other) const {

@@ -39,8 +39,7 @@ std::optional<PropertyList> parsePropertyList(std::string_view bytes) {
 std::string serializePropertyList(const PropertyList& list, PropertyListFormat format) {
     auto bytes = format == PropertyListFormat::Xml ? xmlFromList(list)
                                                    : bytesFromPlist(plistFromList(list).get(), format);
-    bool hasReturn = format == PropertyListFormat::Xml && bytes.find('\r') != bytes.npos; // XML drops it
-    if (hasReturn || !checked(bytes)) {
+    if (!checked(bytes)) {
         throw Exception("NSInvalidArgumentException",
                         "The property list is too large for one file, or holds characters unknown to XML");
     }

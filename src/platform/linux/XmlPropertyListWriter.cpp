@@ -26,6 +26,8 @@ constexpr const char* kHead = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
 
 constexpr std::size_t kLineOfData = 76;
 
+constexpr const char* kTooLarge = "The property list is too large for one file";
+
 [[noreturn]] void fail(const char* reason) {
     throw Exception("NSInvalidArgumentException", reason);
 }
@@ -42,15 +44,15 @@ std::string dateText(PropertyList::Date date) {
     const double whole = std::floor(date.secondsSinceReferenceDate);
     constexpr double kFar = 1e12; // beyond any year of four digits, and safely a whole number
     if (!(std::abs(whole) < kFar)) {
-        fail("The date is no finite number, or its year has not four digits");
+        fail("The date is no finite number, or its year is none of four digits");
     }
     const sys_seconds time(seconds(static_cast<std::int64_t>(whole) + PropertyList::Date::kReferenceDate));
     const auto day = floor<days>(time);
     const year_month_day calendar(day);
     const hh_mm_ss clock(time - day);
     const int year = static_cast<int>(calendar.year());
-    if (year < 1000 || year > 9999) {
-        fail("The year of a date has not four digits");
+    if (year < 0 || year > 9999) {
+        fail("The year of a date is none of four digits");
     }
     std::array<char, 64> text{};
     std::snprintf(text.data(), text.size(), "%04d-%02u-%02uT%02d:%02d:%02dZ", year,
@@ -77,8 +79,13 @@ std::string base64(const std::string& bytes) {
     return text;
 }
 
+enum class Layout { Indented, Compact };
+
 class Writer {
 public:
+    explicit Writer(Layout layout) : isIndented_(layout == Layout::Indented) {}
+
+    // Incomplete once it is longer than the reader's limit.
     std::string write(const PropertyList& list) {
         xml_ = kHead;
         value(list, 0);
@@ -91,7 +98,7 @@ private:
             fail("The property list is nested too deeply");
         }
         if (xml_.size() > kPropertyListMaximumBytes) {
-            fail("The property list is too large for one file");
+            return;
         }
         std::visit([&](const auto& content) { element(content, depth); }, list.value());
     }
@@ -104,12 +111,13 @@ private:
     void element(PropertyList::Date value, std::size_t depth) { scalar(depth, "date", dateText(value)); }
     void element(const PropertyList::Data& value, std::size_t depth) {
         if (value.bytes.size() > kPropertyListMaximumBytes) {
-            fail("The property list is too large for one file");
+            fail(kTooLarge);
         }
         line(depth, "<data>");
         const std::string text = base64(value.bytes);
         // Tabs count for eight columns, of which there are 76.
-        const std::size_t width = kLineOfData - 8 * std::min<std::size_t>(depth, 8);
+        const std::size_t width =
+            isIndented_ ? kLineOfData - 8 * std::min<std::size_t>(depth, 8) : text.size();
         for (std::size_t start = 0; start < text.size(); start += width) {
             line(depth, std::string_view(text).substr(start, width));
         }
@@ -146,12 +154,17 @@ private:
     }
 
     void scalar(std::size_t depth, std::string_view name, std::string_view text) {
-        xml_.append(depth, '\t');
-        xml_.append("<").append(name).append(">").append(text).append("</").append(name).append(">\n");
+        indent(depth);
+        xml_.append("<").append(name).append(">").append(text).append("</").append(name).append(">");
+        endLine();
     }
     void line(std::size_t depth, std::string_view text) {
-        xml_.append(depth, '\t').append(text).append("\n");
+        indent(depth);
+        xml_.append(text);
+        endLine();
     }
+    void indent(std::size_t depth) { xml_.append(isIndented_ ? depth : 0, '\t'); }
+    void endLine() { xml_.append(isIndented_ ? 1 : 0, '\n'); }
 
     static std::string escaped(const std::string& text) {
         if (!isValidUtf8(text) || text.find('\0') != text.npos) {
@@ -170,6 +183,9 @@ private:
             case '>':
                 result += "&gt;";
                 break;
+            case '\r': // readers take one that stands by itself for a line feed
+                result += "&#13;";
+                break;
             default:
                 result += character;
             }
@@ -177,13 +193,21 @@ private:
         return result;
     }
 
+    bool isIndented_;
     std::string xml_;
 };
 
 } // namespace
 
 std::string xmlFromList(const PropertyList& list) {
-    return Writer().write(list);
+    auto xml = Writer(Layout::Indented).write(list);
+    if (xml.size() > kPropertyListMaximumBytes) {
+        xml = Writer(Layout::Compact).write(list);
+    }
+    if (xml.size() > kPropertyListMaximumBytes) {
+        fail(kTooLarge);
+    }
+    return xml;
 }
 
 } // namespace platform

@@ -6,6 +6,9 @@
 #include <QEvent>
 #include <QEventLoop>
 #include <QGuiApplication>
+#include <QTimer>
+#include <chrono>
+#include <cmath>
 #include <memory>
 #include <system_error>
 #include <thread>
@@ -53,7 +56,7 @@ bool InputBlock::eventFilter(QObject* receiver, QEvent* event) {
     }
 }
 
-void waitWithoutInput(std::function<void()> work) {
+void waitWithoutInput(const std::function<void()>& work, double seconds) {
     const InputBlock block;
     const auto loop = std::make_shared<QEventLoop>();
     try {
@@ -71,5 +74,6 @@ void waitWithoutInput(std::function<void()> work) {
         work(); // no thread is to be had
         return;
     }
+    QTimer::singleShot(std::chrono::milliseconds(std::lround(seconds * 1000)), loop.get(), &QEventLoop::quit);
     loop->exec();
 }

@@ -18,6 +18,6 @@ protected:
     bool eventFilter(QObject* receiver, QEvent* event) override;
 };
 
-// Does the work on another thread and returns when it is done, or when the program ends and the work goes on
-// by itself. Meanwhile windows repaint and take no input. Main thread.
-void waitWithoutInput(std::function<void()> work);
+// Does the work on another thread and returns when it is done, or when the program ends or so many seconds
+// have gone by and the work goes on by itself. Meanwhile windows repaint and take no input. Main thread.
+void waitWithoutInput(const std::function<void()>& work, double seconds);

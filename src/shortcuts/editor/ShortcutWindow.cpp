@@ -24,7 +24,8 @@ ShortcutWindow::ShortcutWindow(QWidget* parent) : FieldEditorWindow(parent, Qt::
 }
 
 void ShortcutWindow::present() {
-    showNormal();
+    setWindowState(windowState() & ~Qt::WindowMinimized);
+    show();
     raise();
     activateWindow();
     if (auto* table = findChild<VTShortcutKeyTableview*>()) {

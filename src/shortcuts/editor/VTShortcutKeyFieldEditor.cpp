@@ -13,13 +13,17 @@
 
 namespace {
 
-// Held to go with a key, and no key themselves.
-bool isModifierKey(int key) {
-    constexpr std::array<int, 12> kModifiers{Qt::Key_Shift,    Qt::Key_Control, Qt::Key_Meta,
-                                             Qt::Key_Alt,      Qt::Key_AltGr,   Qt::Key_Super_L,
-                                             Qt::Key_Super_R,  Qt::Key_Hyper_L, Qt::Key_Hyper_R,
-                                             Qt::Key_CapsLock, Qt::Key_NumLock, Qt::Key_Mode_switch};
-    return std::ranges::find(kModifiers, key) != kModifiers.end();
+// Held to go with a key, and no key themselves. Qt knows no names for those that switch layouts and levels,
+// so that the keysym is asked, as by the display server's own test.
+bool isModifierKey(quint32 keysym) {
+    struct Range {
+        quint32 first, last;
+    };
+    constexpr std::array kModifiers{Range{0xFFE1, 0xFFEE},  // Shift_L to Hyper_R
+                                    Range{0xFE01, 0xFE13},  // ISO_Lock to ISO_Level5_Lock
+                                    Range{0xFF7E, 0xFF7F}}; // Mode_switch, Num_Lock
+    return std::ranges::any_of(
+        kModifiers, [keysym](const Range& range) { return keysym >= range.first && keysym <= range.last; });
 }
 
 } // namespace
@@ -29,9 +33,8 @@ VTShortcutKeyFieldEditor::VTShortcutKeyFieldEditor(QWidget* parent) : QLineEdit(
     setReadOnly(true);
     setContextMenuPolicy(Qt::NoContextMenu);
     setFrame(false);
-    setPlaceholderText(tr("press a key…"));
     setAccessibleName(tr("Shortcut"));
-    setAccessibleDescription(placeholderText());
+    setAccessibleDescription(tr("press a key…"));
 }
 
 bool VTShortcutKeyFieldEditor::event(QEvent* event) {
@@ -53,7 +56,7 @@ bool VTShortcutKeyFieldEditor::event(QEvent* event) {
 
 void VTShortcutKeyFieldEditor::keyDown(const QKeyEvent& event) {
     // The key that began the edit may still be held.
-    if (isModifierKey(event.key()) || event.isAutoRepeat()) {
+    if (isModifierKey(event.nativeVirtualKey()) || event.isAutoRepeat()) {
         return;
     }
     const auto modifiers = event.modifiers();
@@ -80,7 +83,7 @@ void VTShortcutKeyFieldEditor::keyDown(const QKeyEvent& event) {
 
 void VTShortcutKeyFieldEditor::showEvent(QShowEvent* event) {
     QLineEdit::showEvent(event);
-    setPlaceholderText(tr("press a key…"));
+    setPlaceholderText(accessibleDescription());
     grabKeyboard();
 }
 

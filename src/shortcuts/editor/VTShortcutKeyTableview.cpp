@@ -14,7 +14,7 @@ namespace {
 constexpr double kRowHeight = 30;
 constexpr double kShortcutWidth = 230;
 
-// The first character of the key, its modifiers left aside.
+// Whatever is held with it.
 bool isDeleteKey(const QKeyEvent& event) {
     return event.key() == Qt::Key_Delete || event.key() == Qt::Key_Backspace;
 }
@@ -35,7 +35,7 @@ void VTShortcutKeyTableview::editSelectedShortcut() {
     const int row = selectedRow();
     const auto index = row < 0 ? QModelIndex() : model()->index(row, ShortcutModel::ShortcutKey);
     if (index.isValid()) {
-        edit(index);
+        edit(index, AllEditTriggers, nullptr);
     }
 }
 
@@ -46,6 +46,30 @@ void VTShortcutKeyTableview::layOutColumns() {
         header->setSectionResizeMode(ShortcutModel::ShortcutKey, QHeaderView::Fixed);
         header->resizeSection(ShortcutModel::ShortcutKey, qRound(InterfaceFont::pixels(kShortcutWidth)));
     }
+}
+
+bool VTShortcutKeyTableview::edit(const QModelIndex& index, EditTrigger trigger, QEvent* event) {
+    const bool begins = VTAlternateBlackTableView::edit(index, trigger, event);
+    if (begins) {
+        scrollTo(index);
+    }
+    return begins;
+}
+
+// The field editor is a child of the window: it does not move with the rows, and nothing cuts it off at the
+// table's edge.
+void VTShortcutKeyTableview::updateEditorGeometries() {
+    VTAlternateBlackTableView::updateEditorGeometries();
+    const auto index = model() ? model()->index(selectedRow(), ShortcutModel::ShortcutKey) : QModelIndex();
+    auto* editor = index.isValid() ? indexWidget(index) : nullptr;
+    if (editor && !viewport()->rect().contains(visualRect(index))) {
+        closeEditor(editor, QAbstractItemDelegate::NoHint);
+    }
+}
+
+void VTShortcutKeyTableview::scrollContentsBy(int dx, int dy) {
+    VTAlternateBlackTableView::scrollContentsBy(dx, dy);
+    updateEditorGeometries();
 }
 
 void VTShortcutKeyTableview::keyPressEvent(QKeyEvent* event) {

@@ -14,10 +14,13 @@ public:
     // Begins to edit the selected row's shortcut; nothing happens when no row is selected.
     void editSelectedShortcut();
 
-    // As wide as the columns' contents need.
+    // Shortcuts have a column of one width, in points; commands take the rest.
     void layOutColumns();
 
 protected:
+    bool edit(const QModelIndex& index, EditTrigger trigger, QEvent* event) override;
+    void updateEditorGeometries() override;
+    void scrollContentsBy(int dx, int dy) override;
     void keyPressEvent(QKeyEvent* event) override;
     void changeEvent(QEvent* event) override;
 };

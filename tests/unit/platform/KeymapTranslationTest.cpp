@@ -47,7 +47,8 @@ TEST(KeymapTranslation, KeysWithANameHaveIt) {
     EXPECT_EQ(textOf("F35"), "F35");
     EXPECT_EQ(textOf("Print"), "Print Screen");
     EXPECT_EQ(textOf("Insert"), "Insert");
-    EXPECT_EQ(textOf("Clear"), "Clear"); // not the control character that it would be in a terminal
+    EXPECT_EQ(textOf("Clear"), "Clear");        // not the control character that it would be in a terminal
+    EXPECT_EQ(textOf("Linefeed"), "Line Feed"); // the same
     EXPECT_EQ(textOf("XF86AudioPlay"), "AudioPlay");
 }
 

@@ -222,7 +222,7 @@ TEST_F(LinuxUserDefaultsTest, ADamagedFileReadsAsEmptyAndIsKeptBeforeItIsReplace
     EXPECT_THAT(kept[0], testing::MatchesRegex("com\\.vantorel\\.Test\\.plist\\.damaged-[0-9]{8}-[0-9]{6}"));
     EXPECT_EQ(sandbox::readFile(folder_ + "/" + kept[0]), damaged);
     EXPECT_THAT(console_->lines(),
-                ElementsAre(own_ + " is damaged and was kept as " + folder_ + "/" + kept[0]));
+                ElementsAre(own_ + " could not be read and was kept as " + folder_ + "/" + kept[0]));
     expectNothingElseIn(2);
 }
 

@@ -58,6 +58,19 @@ with open(sys.argv[1] + '/list', 'rb') as file:
     }
 }
 
+// What the other's writer cannot tell in XML.
+TEST(PropertyListInteroperability, TheOtherReadsCarriageReturnsAndTheFirstYear) {
+    sandbox::writeFile(
+        sandbox::folder() + "/list",
+        serializePropertyList(PropertyList::Array{"a\rb\r\n", PropertyList::Date{-63113904000}},
+                              PropertyListFormat::Xml));
+    EXPECT_TRUE(runPython(R"(
+import datetime, plistlib, sys
+with open(sys.argv[1] + '/list', 'rb') as file:
+    assert plistlib.load(file) == ['a\rb\r\n', datetime.datetime(1, 1, 1)]
+)"));
+}
+
 TEST(PropertyListInteroperability, ThisReadsWhatTheOtherWrites) {
     sandbox::writeFile(sandbox::folder() + "/list",
                        serializePropertyList(everyKind(), PropertyListFormat::Binary));

@@ -101,9 +101,9 @@ TEST(PropertyListSerialization, XmlIsLaidOutAsOnTheFirstPlatform) {
 }
 
 TEST(PropertyListSerialization, TextSurvives) {
-    for (const char* text :
-         {"", " ", "  two  ", "\n", "\t", "<>&\"'", "&amp;", "]]>", "<![CDATA[x]]>", "<!-- x -->", "ä€😀",
-          "\x7F\u0085", "\u00A0\u2028\uFEFF\uFFFD", "A\u0308", "exactly fourteen", "exactly fiftee"}) {
+    for (const char* text : {"", " ", "  two  ", "\n", "\r", "a\r\nb\rc", "\t", "<>&\"'", "&amp;", "]]>",
+                             "<![CDATA[x]]>", "<!-- x -->", "ä€😀", "\x7F\u0085", "\u00A0\u2028\uFEFF\uFFFD",
+                             "A\u0308", "exactly fourteen", "exactly fiftee"}) {
         expectRoundTrip(text);
         expectRoundTrip(PropertyList::Dictionary{{text, text}});
     }
@@ -116,7 +116,7 @@ TEST(PropertyListSerialization, TextSurvives) {
 }
 
 TEST(PropertyListSerialization, CharactersUnknownToXmlAreForBinaryOnly) {
-    for (const char* text : {"a\r\nb\rc", "\x01\x1F", "\uFFFE", "\uFFFF"}) {
+    for (const char* text : {"\x01\x1F", "\uFFFE", "\uFFFF"}) {
         for (const PropertyList& list :
              {PropertyList(text), PropertyList(PropertyList::Dictionary{{text, 1}})}) {
             EXPECT_EQ(parsePropertyList(serializePropertyList(list, PropertyListFormat::Binary)), list);
@@ -161,8 +161,8 @@ TEST(PropertyListSerialization, SmallUnsignedNumbersComeBackSigned) {
 }
 
 TEST(PropertyListSerialization, DatesSurviveToTheSecondOrWhole) {
-    for (double seconds :
-         {0.0, 1.0, -1.0, 789015845.0, -978307200.0, 3316976896.0, -31588531200.0, 252423993599.0}) {
+    for (double seconds : {0.0, 1.0, -1.0, 789015845.0, -978307200.0, 3316976896.0, -31588531200.0,
+                           -31588531201.0, -63113904000.0, -63145526400.0, 252423993599.0}) {
         expectRoundTrip(PropertyList::Date{seconds});
     }
     PropertyList fraction(PropertyList::Date{789015845.123456789});
@@ -171,7 +171,7 @@ TEST(PropertyListSerialization, DatesSurviveToTheSecondOrWhole) {
               PropertyList(PropertyList::Date{789015845}));
     EXPECT_EQ(parsePropertyList(serializePropertyList(PropertyList::Date{-0.001}, PropertyListFormat::Xml)),
               PropertyList(PropertyList::Date{-1}));
-    for (double seconds : {252423993600.0, -31588531200.5, -63114076800.0, 1e300, -1e300}) {
+    for (double seconds : {252423993600.0, -63145526400.5, 1e300, -1e300}) {
         expectRefusal(PropertyList::Date{seconds}, PropertyListFormat::Xml);
     }
     for (double seconds : {-0.5, -63114076800.25, 1e300}) {
@@ -271,6 +271,32 @@ TEST(PropertyListSerialization, WhatIsTooLargeIsRefused) {
     expectRefusal(PropertyList::Data{std::string(kPropertyListMaximumBytes / 4 * 3, 'x')},
                   PropertyListFormat::Xml);
     expectRefusal(PropertyList::Data{std::string(kPropertyListMaximumBytes, 'x')});
+}
+
+TEST(PropertyListSerialization, XmlThatWasReadCanBeWrittenAgain) {
+    for (const char* value :
+         {"<string>a&#13;b</string>", "<string>a\r\nb</string>", "<date>0000-12-30T00:00:00Z</date>",
+          "<date>0001-01-01T00:00:00Z</date>", "<date>9999-12-31T23:59:59Z</date>", "<real>+infinity</real>",
+          "<integer>0xFFFFFFFFFFFFFFFF</integer>", "<dict><key>CF$UID</key><integer>7</integer></dict>"}) {
+        const auto list =
+            parsePropertyList(std::string("<plist><dict><key>&#13;</key>") + value + "</dict></plist>");
+        ASSERT_TRUE(list) << value;
+        EXPECT_EQ(parsePropertyList(serializePropertyList(*list, PropertyListFormat::Xml)), list) << value;
+    }
+}
+
+TEST(PropertyListSerialization, WhatFitsOnlyWithoutIndentationIsWrittenWithoutIt) {
+    std::string file =
+        "<plist><dict><key>data</key><data>" + std::string(4'000, 'A') + "</data><key>watchlist</key><array>";
+    while (file.size() < kPropertyListMaximumBytes - 1'000) {
+        file += "<dict><key>a</key><true/><key>b</key><array><string>ccccccccccccccc</string></array></dict>";
+    }
+    file += "</array></dict></plist>";
+    const auto list = parsePropertyList(file);
+    ASSERT_TRUE(list);
+    const auto bytes = serializePropertyList(*list, PropertyListFormat::Xml);
+    EXPECT_EQ(bytes.find('\t'), bytes.npos);
+    EXPECT_EQ(parsePropertyList(bytes), list);
 }
 
 TEST(PropertyListSerialization, KeysThatNobodyKnowsAreKept) {

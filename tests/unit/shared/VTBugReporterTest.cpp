@@ -322,7 +322,7 @@ TEST_F(VTBugReporterTest, AFileThatCannotBeReadIsReplaced) {
     EXPECT_TRUE(values->at("exit").date());
     ASSERT_EQ(sandbox::console().lines().size(), 1U);
     EXPECT_THAT(sandbox::console().lines().front(),
-                HasSubstr("is damaged and was kept as " + damaged + ".damaged-"));
+                HasSubstr("could not be read and was kept as " + damaged + ".damaged-"));
 }
 
 TEST_F(VTBugReporterTest, AFileThatCannotBeWrittenIsLogged) {

@@ -1,6 +1,7 @@
 #include "BindingFile.h"
 #include "Platform.h"
 #include "ShortcutFixture.h"
+#include "VTTaskEx.h"
 
 #include <cerrno>
 #include <filesystem>
@@ -151,8 +152,33 @@ TEST_F(ShortcutStoreTest, ADamagedFileIsReplacedAndKeptAside) {
 }
 
 TEST_F(ShortcutStoreTest, TheFileIsWrittenBeforeTheEventAndTheManager) {
+    std::vector<std::size_t> entries;
+    std::vector<int> setupsBefore;
+    notifications->onPost = [&] {
+        entries.push_back(watchlist().size());
+        setupsBefore.push_back(setups());
+    };
     bind("show");
     EXPECT_THAT(noted(), HasSubstr("<string>show</string>")); // by the time the manager looked
+    table->row = 0;
+    clear();
+    EXPECT_THAT(entries, ElementsAre(1, 0));
+    EXPECT_THAT(setupsBefore, ElementsAre(0, 1));
+    EXPECT_EQ(setups(), 2);
+}
+
+TEST_F(ShortcutStoreTest, OthersOddValuesDoNotKeepAKeyFromBeingStored) {
+    for (const char* odd : {"<string>a&#13;b</string>", "<string>a\r\nb</string>",
+                            "<date>0001-01-01T00:00:00Z</date>", "<real>nan</real>"}) {
+        sandbox::writeFile(bindingPath(),
+                           std::string("<plist><dict><key>odd</key>") + odd + "</dict></plist>");
+        const auto before =
+            platform::serializePropertyList(root().at("odd"), platform::PropertyListFormat::Xml);
+        bind("show");
+        EXPECT_EQ(watchlist(), Array{entry(kOwn, 45, 0x0300, "show")}) << odd;
+        EXPECT_EQ(platform::serializePropertyList(root().at("odd"), platform::PropertyListFormat::Xml),
+                  before);
+    }
 }
 
 TEST_F(ShortcutStoreTest, ABinaryFileOfAnotherProgramIsReadAndWrittenAsXml) {
@@ -196,6 +222,18 @@ TEST_F(ShortcutStoreTest, AFullDiskLeavesTheOldFileAndIsNotSpokenOf) {
     EXPECT_THAT(sandbox::console().lines(), IsEmpty());
     EXPECT_EQ(reloadEvents(), 3);
     EXPECT_EQ(setups(), 3);
+}
+
+TEST_F(ShortcutStoreTest, ADamagedFileStaysWhereItIsWhenTheDiskIsFull) {
+    sandbox::writeFile(bindingPath(), "<plist><dict>");
+    fileManager().writeAtomicallyFailure = [](const std::string&) {
+        return std::error_code(ENOSPC, std::generic_category());
+    };
+    bind("show");
+    EXPECT_EQ(sandbox::readFile(bindingPath()), "<plist><dict>");
+    const auto folder = std::filesystem::path(bindingPath()).parent_path();
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 1);
+    EXPECT_THAT(sandbox::console().lines(), IsEmpty());
 }
 
 TEST_F(ShortcutStoreTest, AFolderThatCannotBeMadeIsNotSpokenOf) {
@@ -242,19 +280,29 @@ TEST_F(ShortcutStoreTest, WhatTheManagerDoesIsNotLookedAt) {
     }
 }
 
-TEST_F(ShortcutStoreTest, AnotherWriterIsNeverSeenHalfWay) {
+// Another program replaces the file a thousand times, and reads it as often as it can.
+TEST_F(ShortcutStoreTest, NobodySeesAFileHalfWritten) {
+    bind("show", 45);
+    sandbox::writeFile(sandbox::folder() + "/other.py", R"(
+import os, plistlib, sys
+path = sys.argv[1]
+for number in range(1000):
+    entry = {"bundleid": "com.vantorel.Tallowby", "keycode": number, "modifiers": 0, "commandid": "x"}
+    with open(path + ".new", "wb") as file:
+        plistlib.dump({"watchlist": [entry] * 20}, file)
+    os.rename(path + ".new", path)
+    for _ in range(3):
+        with open(path, "rb") as file:
+            assert plistlib.load(file)["watchlist"]
+)");
+    installManager("#!/bin/sh\n");
     std::atomic<bool> isOver = false;
+    long status = -1;
     std::thread other([&] {
-        for (int round = 0; round < 1'000; ++round) {
-            const Array list(50, entry("com.vantorel.Tallowby", round, 0, "x"));
-            platform::current().fileManager->writeAtomically(
-                bindingPath(),
-                platform::serializePropertyList(Dictionary{{"round", round}, {"watchlist", list}},
-                                                platform::PropertyListFormat::Xml));
-        }
+        status = VTTaskEx::terminationCodeFromTask("/usr/bin/python3",
+                                                   {sandbox::folder() + "/other.py", bindingPath()});
         isOver = true;
     });
-    installManager("#!/bin/sh\n");
     int bound = 0;
     while (!isOver) {
         bind("show", 45);
@@ -263,6 +311,7 @@ TEST_F(ShortcutStoreTest, AnotherWriterIsNeverSeenHalfWay) {
         ++bound;
     }
     other.join();
+    EXPECT_EQ(status, 0);
     EXPECT_GT(bound, 0);
     for (const auto& file :
          std::filesystem::directory_iterator(std::filesystem::path(bindingPath()).parent_path())) {
@@ -336,7 +385,6 @@ TEST_F(ShortcutStoreTest, ClearingTakesTheFirstOwnEntryAway) {
 TEST_F(ShortcutStoreTest, ClearingWhatIsNotBoundStillRewritesAndTells) {
     writeBindings({{"watchlist", Array{entry("com.vantorel.Tallowby", 1, 0, "show")}}});
     const auto before = root();
-    const auto inode = std::filesystem::status(bindingPath());
     struct stat old {
     }, fresh{};
     ::stat(bindingPath().c_str(), &old);
@@ -344,7 +392,7 @@ TEST_F(ShortcutStoreTest, ClearingWhatIsNotBoundStillRewritesAndTells) {
     clear();
     ::stat(bindingPath().c_str(), &fresh);
     EXPECT_EQ(root(), before);
-    EXPECT_NE(old.st_mtim.tv_nsec, fresh.st_mtim.tv_nsec);
+    EXPECT_NE(old.st_ino, fresh.st_ino);
     EXPECT_EQ(reloadEvents(), 1);
     EXPECT_EQ(setups(), 1);
 }

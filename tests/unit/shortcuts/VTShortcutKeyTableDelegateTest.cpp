@@ -2,9 +2,11 @@
 #include "ShortcutFixture.h"
 
 #include <filesystem>
+#include <map>
 
 using testing::ElementsAre;
-using testing::IsEmpty;
+using testing::Pair;
+using testing::UnorderedElementsAre;
 
 namespace {
 
@@ -15,6 +17,18 @@ struct FakeImageCell : outlet::ImageCell {
         icon = std::move(image);
         size = points;
     }
+};
+
+class CountingFileManager : public FailingFileManager {
+public:
+    using FailingFileManager::FailingFileManager;
+
+    platform::FileContents contents(const std::string& path, std::size_t limit) override {
+        ++reads[path];
+        return FailingFileManager::contents(path, limit);
+    }
+
+    std::map<std::string, int> reads;
 };
 
 } // namespace
@@ -101,6 +115,22 @@ TEST_F(ShortcutTest, WithoutCommandsTheTableIsEmpty) {
         EXPECT_EQ(controller.numberOfRowsInTableView(), 0U);
         EXPECT_EQ(table->reloads, 1);
     }
+}
+
+TEST_F(ShortcutTest, FillingReadsEachFileOnce) {
+    writeBindings({{"watchlist", Array(100, entry("com.vantorel.Tallowby", 24, 0, "reload"))}});
+    auto services = platform::current();
+    const auto files = std::make_shared<CountingFileManager>(services.fileManager);
+    services.fileManager = files;
+    const platform::ScopedPlatform scope(services);
+    load();
+    const auto commands = bundle().resourcePath() + "/VTKeys.plist";
+    EXPECT_THAT(files->reads, UnorderedElementsAre(Pair(commands, 1), Pair(bindingPath(), 1),
+                                                   Pair(bundle().path + "/Contents/Info.plist", 1)));
+    files->reads.clear();
+    std::filesystem::remove(commands);
+    load();
+    EXPECT_THAT(files->reads, ElementsAre(Pair(commands, 1))); // there is nothing to bind
 }
 
 TEST_F(ShortcutTest, ADamagedBindingFileBindsNothing) {

@@ -13,8 +13,11 @@ GRANTED_BY_RULE = f"""polkit.addRule(function (action, subject) {{
     if (action.id == "{ACTION}" && subject.user == "{USER}") {{ return polkit.Result.YES; }}
 }});
 """
-setUpModule = Bus.start
 REFUSED_BY_RULE = GRANTED_BY_RULE.replace("Result.YES", "Result.NO")
+MESSAGE = ("The Launcher wants to change files or run repair tools with administrator rights. "
+           f"For the next few minutes it will not ask again. Command: {HELPER}")
+
+setUpModule = Bus.start
 
 
 class AuthorizationTest(unittest.TestCase):
@@ -233,6 +236,13 @@ class PasswordTest(AuthorizationTest):
         self.assertEqual(self.driver.rights_with_password(user="root"), DENIED)
         self.assert_does_not_run(DENIED)
 
+    def test_refuses_what_only_begins_with_the_password(self):
+        for ending in ("\n", "\njunk", "\0", "\0junk", "x"):
+            with self.subTest(ending):
+                self.assertEqual(self.driver.rights_with_password(password=PASSWORD + ending), DENIED)
+                self.assertEqual(self.driver.rights_with_password(user=ADMINISTRATOR + ending), DENIED)
+        self.assert_does_not_run(DENIED)
+
     def test_is_gone_once_freed(self):
         self.assertEqual(self.driver.rights_with_password(), 0)
         self.assertEqual(self.driver.ask("free"), 0)
@@ -358,9 +368,7 @@ class SessionTest(AuthorizationTest):
         question = self.session.question()
         self.assertEqual(question["action"], ACTION)
         self.assertEqual(question["details"]["polkit.subject-pid"], str(self.driver.process.pid))
-        self.assertEqual(question["message"],
-                         "The Launcher wants to change files or run repair tools with administrator rights. "
-                         f"For the next few minutes it will not ask again. Command: {HELPER}")
+        self.assertEqual(question["message"], MESSAGE)
         self.assert_runs()
         self.assert_runs(asking="ask")
         self.assertFalse(self.session.was_asked())
@@ -382,16 +390,38 @@ class SessionTest(AuthorizationTest):
         self.session.question()
         self.session.ask_polkit("RevokeTemporaryAuthorizations")
         self.assert_does_not_run(DENIED)
-        self.assert_runs("word", asking="ask")
+        self.assert_runs("word\n\nThis is harmless.", asking="ask")
         question = self.session.question()
         self.assertEqual(question["action"], ACTION)
-        self.assertTrue(question["message"].endswith(f"Command: {HELPER} {self.tool} word"), question)
+        self.assertEqual(question["message"], f"{MESSAGE} {self.tool}")  # what arguments are called says nothing
         self.assertEqual(question["details"]["polkit.subject-pid"], str(self.driver.process.pid))
+        self.assertFalse(self.session.was_asked())
+
+    def test_names_the_tool_and_runs_none(self):
+        self.assertEqual(self.driver.ask("rights", self.tool), 0)
+        self.assertEqual(self.session.question()["message"], f"{MESSAGE} {self.tool}")
+        self.assertIsNone(self.tools.record("recorder"))
+        self.assert_runs()
+        self.assertFalse(self.session.was_asked())
+
+    def test_has_the_right_although_the_tool_named_is_none(self):
+        os.chmod(self.tool, 0o757)
+        self.assertEqual(self.driver.ask("rights", self.tool), 0)
+        self.session.question()
+        self.assert_does_not_run(NOT_STARTED)
+
+    def test_asks_about_no_tool_whose_name_could_say_anything(self):
+        self.assertEqual(self.driver.ask("rights", f"{self.tool}\n\nThis is harmless."), NOT_STARTED)
+        self.assertFalse(self.session.was_asked())
 
     def test_asks_nobody_when_a_password_is_given(self):
         self.assertEqual(self.driver.rights_with_password(), 0)
         self.assertEqual(self.driver.ask("free"), 0)
         self.assertEqual(self.driver.rights_with_password(password="wrong"), DENIED)
+        self.assertEqual(self.driver.rights_with_password(), 0)
+        Polkit.start()
+        self.session.start_agent()
+        self.assert_does_not_run(DENIED, asking="ask")
         self.assertFalse(self.session.was_asked())
 
 

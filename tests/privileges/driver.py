@@ -16,14 +16,14 @@ def hexadecimal(word):
 
 
 class Driver:
-    def __init__(self, test, environment=None, user=USER):
+    def __init__(self, test, environment=None, user=USER, **options):
         user = pwd.getpwnam(user)
         self.home = pathlib.Path(user.pw_dir)
         self.console = []  # what it was told, line by line
         self.process = subprocess.Popen(
             [DRIVER], stdin=subprocess.PIPE, stdout=subprocess.PIPE, bufsize=0, cwd="/",
             env={"PATH": "/usr/bin:/bin", "HOME": user.pw_dir} | (environment or {}),
-            user=user.pw_uid, group=user.pw_gid, extra_groups=[])
+            user=user.pw_uid, group=user.pw_gid, extra_groups=[], **options)
         test.addCleanup(self.end)
         self._answers = b""
 

@@ -2,11 +2,12 @@
 
 import os
 import pwd
+import resource
 import unittest
 
 from agent import Agent, Session
 from driver import DENIED, DISMISSED, NOT_STARTED, UNAVAILABLE, Driver
-from private_system import ACTION, ADMINISTRATOR, HELPER, PASSWORD, RULES, USER, Bus, Polkit, wait_until
+from private_system import ACTION, ADMINISTRATOR, HELPER, PASSWORD, RULES, USER, Bus, Polkit, run, wait_until
 from recording_tool import ToolFolder
 
 GRANTED_BY_RULE = f"""polkit.addRule(function (action, subject) {{
@@ -130,6 +131,17 @@ class GrantedTest(AuthorizationTest):
         wait_until(lambda: not self.driver.children(), "the end of all children")
         wait_until(lambda: self.driver.descriptors() == before, "the end of all pipes")
 
+    def test_loses_no_descriptors_when_there_are_none_left(self):
+        statuses = set()
+        for number in range(5, 20):
+            driver = Driver(self, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (number, number)))
+            if driver.ask("create") != 0 or driver.ask("rights") != 0:
+                continue
+            before = driver.descriptors()
+            statuses.add(driver.run("/bin/true"))
+            wait_until(lambda: driver.descriptors() == before, "the end of all pipes")
+        self.assertGreaterEqual(statuses, {0, NOT_STARTED})
+
     def test_runs_eight_at_a_time(self):
         self.assertEqual(self.driver.ask("rights"), 0)
         gate = self.tools.path / "gate"
@@ -140,6 +152,7 @@ class GrantedTest(AuthorizationTest):
         for _ in range(8):
             self.assertEqual(self.driver.run(waiting, until="start"), 0)
         wait_until(lambda: log.read_text().split() == ["start"] * 8, "eight starts")
+        self.assert_runs(until="end")  # what is waited for takes no place
         self.driver.send("run", "start", "no", waiting)
 
         def has_decided():
@@ -150,7 +163,6 @@ class GrantedTest(AuthorizationTest):
         wait_until(has_decided, "the ninth")
         self.assertFalse(self.driver.answers_now())
         self.assertEqual(len(self.driver.children()), 8)
-        # A tool that is waited for takes no place, but this driver does one thing at a time.
         with open(gate, "w") as lines:
             lines.write("\n" * 9)
             lines.flush()
@@ -294,6 +306,18 @@ class PasswordTest(AuthorizationTest):
             for part in (password, password[:12], password[-12:]):
                 self.assertFalse(self.driver.memory_holds(part.encode()), part)
         self.assertTrue(self.driver.memory_holds(ADMINISTRATOR.encode()))
+
+    def test_needs_the_library_that_speaks_to_pam(self):
+        self.assertEqual(self.driver.rights_with_password(password="wrong"), DENIED)
+        library = next(line.split()[-1] for line in (self.driver.folder / "maps").read_text().splitlines()
+                       if line.endswith("/vt_password_agent.so"))
+        folder = os.path.dirname(library)
+        run("mount", "-t", "tmpfs", "tmpfs", folder)
+        self.addCleanup(run, "umount", folder)
+        other = Driver(self)
+        self.assertEqual(other.ask("create"), 0)
+        self.assertEqual(other.rights_with_password(), UNAVAILABLE)
+        self.assertTrue(other.console[0].startswith("Unable to load vt_password_agent.so"), other.console)
 
     def test_takes_a_thousand_letters(self):
         self.assertEqual(self.driver.rights_with_password(password="x" * 1000), DENIED)

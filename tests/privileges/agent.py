@@ -68,7 +68,8 @@ class Session:
         self._group = pathlib.Path("/run/session-group")
         path = f"/user.slice/user-{user.pw_uid}.slice/session-{self.NAME}.scope"
         self._group.write_text(f"1:name=systemd:{path}\n0::{path}\n", encoding="utf-8")
-        texts = {f"sessions/{self.NAME}": f"UID={user.pw_uid}\nUSER={USER}\nACTIVE=1\nSTATE=active\nTYPE=x11\nCLASS=user\n",
+        texts = {f"sessions/{self.NAME}":
+                     f"UID={user.pw_uid}\nUSER={USER}\nACTIVE=1\nSTATE=active\nTYPE=x11\nCLASS=user\n",
                  f"users/{user.pw_uid}": f"NAME={USER}\nSTATE=active\nDISPLAY={self.NAME}\nSESSIONS={self.NAME}\n",
                  "seats/.none": ""}
         for name, text in texts.items():

@@ -76,7 +76,8 @@ class GrantedTest(AuthorizationTest):
 
     def test_passes_exactly_the_arguments(self):
         self.assertEqual(self.driver.ask("rights"), 0)
-        arguments = [b"-Rdf", b"", b"two words", b"a\nb\tc", b"\xff\xfe", b"$(id) `id` ; & | * ? ~ \\ ' \"", b"--", b"-"]
+        arguments = [b"-Rdf", b"", b"two words", b"a\nb\tc", b"\xff\xfe", b"$(id) `id` ; & | * ? ~ \\ ' \"", b"--",
+                     b"-"]
         record = self.assert_runs(*arguments)
         self.assertEqual(record["arguments"][1:], arguments)
 
@@ -318,6 +319,14 @@ class PasswordTest(AuthorizationTest):
         self.assertEqual(other.ask("create"), 0)
         self.assertEqual(other.rights_with_password(), UNAVAILABLE)
         self.assertTrue(other.console[0].startswith("Unable to load vt_password_agent.so"), other.console)
+
+    def test_refuses_what_only_begins_with_the_longest_password(self):
+        longest = "Wexelblatt-" * 46 + "Quorn"
+        self.addCleanup(run, "chpasswd", input=f"{ADMINISTRATOR}:{PASSWORD}\n".encode())
+        run("chpasswd", input=f"{ADMINISTRATOR}:{longest}\n".encode())
+        for ending in ("x", "junk"):
+            self.assertEqual(self.driver.rights_with_password(password=longest + ending), DENIED)
+        self.assertEqual(self.driver.rights_with_password(password=longest), 0)
 
     def test_takes_a_thousand_letters(self):
         self.assertEqual(self.driver.rights_with_password(password="x" * 1000), DENIED)

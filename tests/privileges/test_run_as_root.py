@@ -82,7 +82,8 @@ class ToolTest(HelperTest):
         os.mkfifo(self.tools.path / "fifo")
         os.mknod(self.tools.path / "device", 0o20755, os.makedev(1, 3))
         os.symlink("loop", self.tools.path / "loop")
-        for name in ("missing", "fifo", "device", "loop", "", "recorder/", "recorder/.", "recorder/..", "recorder/x", "x" * 300):
+        for name in ("missing", "fifo", "device", "loop", "", "recorder/", "recorder/.", "recorder/..", "recorder/x",
+                     "x" * 300):
             with self.subTest(name):
                 self.assert_refused(f"{self.tools.path}/{name}")
 
@@ -227,7 +228,8 @@ class SurroundingsTest(HelperTest):
 
     def test_passes_exactly_the_arguments(self):
         self.assert_runs(self.tool)
-        self.assert_runs(self.tool, "", "two words", "a\nb", os.fsdecode(b"\xff\xfe"), "$(id)`id`;&|*?~\\'\"", "--", "-x")
+        self.assert_runs(self.tool, "", "two words", "a\nb", os.fsdecode(b"\xff\xfe"), "$(id)`id`;&|*?~\\'\"", "--",
+                         "-x")
         self.assert_runs(self.tool, *(f"{number:04}" + "x" * 1020 for number in range(128)))
         self.assert_runs(self.tool, "x" * 131071)
 
@@ -383,11 +385,13 @@ class ProtectedPlacesTest(HelperTest):
 
     def protected(self):
         top = [f"/{entry.name}" for entry in os.scandir("/") if entry.is_dir()]
-        return ["/", "//", "/.", "/..", "/usr/..", *top, *(f"{folder}/" for folder in top), "//usr", "/usr/.", "/usr/./",
-                "/usr/bin/..", "/usr/bin/../", "/usr/../usr", "/../usr", "/proc/self/root/usr", "usr", "./usr",
-                f"{self.place}/top/usr", f"{self.place}/top/", f"{self.place}/users/", f"{self.place}/top/home",
-                f"{self.place}/../../../../etc", self.home, f"{self.home}/", f"{self.home}/.", f"{self.home}//", "/home",
-                str(self.mount), f"{self.mount}/", f"{self.place}/folder", str(self.place), str(self.tools.path)]
+        return ["/", "//", "/.", "/..", "/usr/..", *top, *(f"{folder}/" for folder in top), "//usr", "/usr/.",
+                "/usr/./", "/usr/bin/..", "/usr/bin/../", "/usr/../usr", "/../usr", "/proc/self/root/usr", "usr",
+                "./usr", f"{self.place}/top/usr", f"{self.place}/top/",
+                f"{self.place}/users/", f"{self.place}/top/home",
+                f"{self.place}/../../../../etc", self.home, f"{self.home}/", f"{self.home}/.", f"{self.home}//",
+                "/home", str(self.mount), f"{self.mount}/", f"{self.place}/folder", str(self.place),
+                str(self.tools.path)]
 
     def allowed(self):
         return [f"{self.place}/file", f"{self.place}/top", f"{self.place}/users", f"{self.place}/missing",

@@ -133,10 +133,12 @@ Status ask(const std::optional<std::string>& tool) {
                                  before.isKept ? Subject::Child : Subject::ThisProcess, tool));
 }
 
-// What is said to PAM is said in lines, and a zero byte ends it: the rest would not be looked at.
-bool isOneLine(std::string_view text) {
+// What is said to PAM's helper is one line, of which it takes so many bytes, and a zero byte ends it: the
+// rest would not be looked at.
+bool isTakenWhole(std::string_view text) {
+    constexpr std::size_t kLongest = 511;
     using namespace std::string_view_literals;
-    return text.find_first_of("\0\n"sv) == text.npos;
+    return text.size() <= kLongest && text.find_first_of("\0\n"sv) == text.npos;
 }
 
 Status authorize(Authorization::Credentials& administrator, const std::optional<PolkitProcess>& subject) {
@@ -162,7 +164,7 @@ Status check(Authorization::Credentials& administrator) {
     if (before.decision) {
         return *before.decision;
     }
-    if (!isOneLine(administrator.user) || !isOneLine(administrator.password.view())) {
+    if (!isTakenWhole(administrator.user) || !isTakenWhole(administrator.password.view())) {
         return PolkitAuthorization::kDenied;
     }
     if (before.isKept) {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstddef>
-#include <string.h>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -20,6 +20,7 @@ public:
     ~SecretText();
     SecretText(const SecretText&) = delete;
     SecretText& operator=(const SecretText&) = delete;
+    SecretText& operator=(SecretText&&) = delete;
 
     // Zeros once it has been wiped; a zero follows it in any case.
     std::string_view view() const { return {text_, length_}; }

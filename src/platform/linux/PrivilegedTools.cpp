@@ -83,8 +83,9 @@ PrivilegedTools::Outcome PrivilegedTools::authorize(Subject subject, const std::
     }
     child->hangUp();
     const auto status = child->waitForEnd(std::nullopt);
-    // The helper's own statuses: it was root when it left, or refused, the tool alone.
-    const bool isAuthorized = status == EX_OK || status == EX_TEMPFAIL || status == EX_NOPERM;
+    // The helper's own: it was root when it left, or refused, the tool alone.
+    constexpr std::array kAuthorized{EX_OK, EX_TEMPFAIL, EX_NOPERM};
+    const bool isAuthorized = status && std::ranges::find(kAuthorized, *status) != kAuthorized.end();
     return isAuthorized ? Outcome::Started : outcomeOf(status);
 }
 

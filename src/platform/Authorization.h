@@ -1,5 +1,7 @@
 #pragma once
 
+#include "SecretText.h"
+
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -22,10 +24,18 @@ class Authorization {
 public:
     using Status = std::int32_t; // 0 is success
 
+    // There is no right, or none any more.
+    static constexpr Status kDenied = -60005;
+    static constexpr Status kDismissed = -60006;   // by whoever was asked, or given up at the program's end
+    static constexpr Status kUnavailable = -60008; // there is nobody who could grant it
+    static constexpr bool saysNotAuthorized(Status status) {
+        return status == kDenied || status == kDismissed || status == kUnavailable;
+    }
+
     // An administrator's name and password, for rights that nobody is asked for.
     struct Credentials {
         std::string user;
-        std::string password;
+        SecretText password;
     };
 
     // What came of a request; the reference is null unless `status` is 0.
@@ -42,15 +52,19 @@ public:
     // A reference without rights yet.
     virtual Result create() = 0;
 
-    // Obtains the right for the reference and keeps it: with credentials they are checked and nobody is
-    // asked; without, the desktop's own dialog asks, and the call waits for the answer. Whoever waits on the
-    // main thread keeps the interface alive meanwhile.
-    virtual Status copyRights(AuthorizationReference& reference,
-                              const std::optional<Credentials>& credentials) = 0;
+    // Obtains the right for the reference and keeps it: the desktop's own dialog asks, and the call waits for
+    // the answer. The question names the tool that the right is wanted for, when there is one, by its path.
+    // Whoever waits on the main thread keeps the interface alive meanwhile.
+    virtual Status askForRights(AuthorizationReference& reference,
+                                const std::optional<std::string>& tool) = 0;
+
+    // The same without asking anybody: the credentials are checked.
+    virtual Status copyRights(AuthorizationReference& reference, Credentials credentials) = 0;
 
     // Runs the tool as root with exactly these arguments and returns once it has been started; with
     // `waitsForEnd` not before it has closed its output. `mayAsk` says whether an expired right may be asked
-    // for again. A status other than 0 says that the tool has not been started.
+    // for again; one that credentials have obtained never is. A status other than 0 says that the tool has
+    // not been started.
     virtual Status execute(AuthorizationReference& reference, const std::string& tool,
                            const std::vector<std::string>& arguments, bool waitsForEnd, bool mayAsk) = 0;
 

@@ -7,7 +7,6 @@
 #include "VTLog.h"
 #include "VTTaskEx.h"
 
-#include <string.h>
 #include <utility>
 
 namespace {
@@ -18,35 +17,6 @@ constexpr std::int32_t kNoSuchTool = -2;
 platform::Authorization& service() {
     return *platform::current().authorization;
 }
-
-// Nothing of the text is left, in what was kept for it either.
-void wipe(std::string& text) {
-    text.resize(text.capacity());
-    ::explicit_bzero(text.data(), text.size());
-    text.clear();
-}
-
-// An administrator's name and password for as long as it lives; both the password's old and its new place are
-// overwritten in the end.
-class HeldCredentials {
-public:
-    HeldCredentials(const std::string& user, std::string& password) : source_(password) {
-        value_->user = user;
-        value_->password.swap(password);
-    }
-    ~HeldCredentials() {
-        value_->password.swap(source_);
-        wipe(value_->password);
-    }
-    HeldCredentials(const HeldCredentials&) = delete;
-    HeldCredentials& operator=(const HeldCredentials&) = delete;
-
-    const std::optional<platform::Authorization::Credentials>& value() const { return value_; }
-
-private:
-    std::string& source_;
-    std::optional<platform::Authorization::Credentials> value_{std::in_place};
-};
 
 } // namespace
 
@@ -68,6 +38,10 @@ bool VTAuthorization::isRoot() {
 }
 
 bool VTAuthorization::authStart() {
+    return obtainRights(std::nullopt);
+}
+
+bool VTAuthorization::obtainRights(const Path& tool) {
     if (isAuthorized()) {
         return true;
     }
@@ -79,46 +53,35 @@ bool VTAuthorization::authStart() {
     if (!authRef_) {
         return false;
     }
-    if (service().copyRights(*authRef_, std::nullopt) != 0) {
+    if (service().askForRights(*authRef_, tool) != 0) {
         service().free(std::exchange(authRef_, nullptr));
         return false;
     }
-    credentialsGiven_ = false;
     return true;
 }
 
 bool VTAuthorization::authStartWithUser(const std::optional<std::string>& user,
                                         std::optional<std::string>&& password) {
-    struct Wiping {
-        std::optional<std::string>& password;
-        ~Wiping() {
-            if (password) {
-                wipe(*password);
-            }
-        }
-    } wiping{password};
-
+    auto secret = password ? std::optional<platform::SecretText>(*password) : std::nullopt;
     if (isRoot()) {
         return true;
     }
-    if (!user || !password) {
+    if (!user || !secret) {
         return false;
     }
-    const HeldCredentials credentials(*user, *password);
     auto created = service().create();
     authRef_ = std::move(created.reference); // what was held is dropped, not freed
     if (!authRef_) {
         platform::current().consoleLog->log(format("Unable to create authRef - error %d", created.status));
         return false;
     }
-    if (service().copyRights(*authRef_, credentials.value()) != 0) {
+    if (service().copyRights(*authRef_, {.user = *user, .password = *std::move(secret)}) != 0) {
         static constexpr const char* kFailed = "Authorization failed. Invalid username or password";
         service().free(std::exchange(authRef_, nullptr));
         platform::current().consoleLog->log(kFailed);
         VTLog::appendLog(kFailed);
         return false;
     }
-    credentialsGiven_ = true;
     return true;
 }
 
@@ -147,10 +110,18 @@ std::int32_t VTAuthorization::authExecTask(const Path& tool, const Arguments& pa
         async ? runTaskAndReturn(*tool, parameters) : runTask(*tool, parameters);
         return 0;
     }
-    if (!isAuthorized() && !authStart()) {
+    if (!obtainRights(place)) {
         return kNotAuthorized;
     }
-    return service().execute(*authRef_, *place, parameters, !async, hasGUI_ && !credentialsGiven_);
+    const auto status = service().execute(*authRef_, *place, parameters, !async, hasGUI_);
+    if (!platform::Authorization::saysNotAuthorized(status)) {
+        return status;
+    }
+    service().free(std::exchange(authRef_, nullptr)); // what was held has expired
+    if (!hasGUI_) {
+        platform::current().consoleLog->log("Unable to authorize");
+    }
+    return kNotAuthorized;
 }
 
 void VTAuthorization::runTask(const std::string& tool, const Arguments& arguments) {

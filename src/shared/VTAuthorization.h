@@ -72,8 +72,9 @@ public:
     // With its parents; one that is there is fine. Waits a moment for the tool.
     bool authCreateDir(const Path& path);
 
-    // Runs a tool with exactly these arguments, asking for the rights when there are none. 0 when it has been
-    // started, and has ended unless `async`; -1 without the rights; -2 when there is no such tool, which is
+    // Runs a tool with exactly these arguments, asking for the rights when there are none; the question names
+    // it. 0 when it has been started, and has ended unless `async`; -1 without the rights, and when those
+    // held have expired and are not given anew, which then are gone; -2 when there is no such tool, which is
     // looked for first; else the platform's status. For a root process 0 even when the tool could not be
     // started.
     std::int32_t authExecTask(const Path& tool, const Arguments& parameters, bool async = true);
@@ -91,10 +92,10 @@ protected:
 
 private:
     static bool isRoot();
+    bool obtainRights(const Path& tool); // which the question names
     bool startTool(const std::string& tool, const Arguments& arguments);
 
     Reference authRef_;
     bool hasGUI_;
-    Path userDirectory_;            // absent for a root process
-    bool credentialsGiven_ = false; // then nobody is asked when the rights have expired
+    Path userDirectory_; // absent for a root process
 };

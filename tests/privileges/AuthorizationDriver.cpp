@@ -1,26 +1,34 @@
 // Does with administrator rights what a test tells it to. A command is a line of words in hexadecimal, "-"
-// for an empty one; the answer is a line with the status.
+// for an empty one; the answer is a line with the result, after those with what the console was told.
 //
+// To the service:
 //     create
-//     rights                    interactively
+//     rights [TOOL]             interactively
 //     rights USER LENGTH        with the password that follows the line, so many bytes
 //     run start|end ask|no TOOL [ARGUMENT...]
 //     free
+//
+// To the controller, whose answer is 0 or 1 where it is yes or no:
+//     start, startWithUser USER LENGTH, end, silent, isHeld
+//     remove PATH, trash PATH, trashContents PATH, deleteContents PATH, move PATH PATH, moveContents PATH
+//     PATH, copy PATH PATH, makeFolder PATH exec start|end TOOL [ARGUMENT...]
 
+#include "VTAuthorization.h"
+#include "VTLog.h"
+#include "linux/LinuxFileManager.h"
+#include "linux/LinuxUsers.h"
 #include "linux/PolkitAuthorization.h"
 
-#include <array>
-#include <cstdio>
-#include <cstring>
+#include <functional>
+#include <iomanip>
 #include <iostream>
+#include <map>
 #include <sstream>
 #include <string>
 #include <unistd.h>
 #include <vector>
 
 namespace {
-
-using platform::PolkitAuthorization;
 
 std::string decoded(const std::string& word) {
     constexpr int kBase = 16;
@@ -59,43 +67,110 @@ bool readWords(std::vector<std::string>& words) {
     return false;
 }
 
-struct Driver {
-    PolkitAuthorization authorization;
-    std::shared_ptr<platform::AuthorizationReference> reference;
+// The bytes that follow the command.
+std::string readText(std::size_t length) {
+    std::string text(length, 0);
+    readExactly(text.data(), length);
+    return text;
+}
 
-    PolkitAuthorization::Status rightsWithPassword(const std::string& user, std::size_t length) {
-        std::optional<PolkitAuthorization::Credentials> credentials(std::in_place);
-        credentials->user = user;
-        credentials->password.resize(length);
-        readExactly(credentials->password.data(), length);
-        const auto status = authorization.copyRights(*reference, credentials);
-        ::explicit_bzero(credentials->password.data(), length);
-        return status;
+// What is told to the console is a line before the answer.
+class ConsoleOnOutput : public platform::ConsoleLog {
+public:
+    void log(std::string_view text) override {
+        std::cout << "console " << std::hex << std::setfill('0');
+        for (const unsigned char byte : text) {
+            std::cout << std::setw(2) << int{byte};
+        }
+        std::cout << std::dec << "\n";
+    }
+};
+
+class Driver {
+public:
+    int perform(const std::vector<std::string>& words) {
+        const auto answer = performOne(words);
+        VTLog::finishWriting();
+        return answer;
     }
 
-    PolkitAuthorization::Status perform(const std::vector<std::string>& words) {
+private:
+    using Words = std::vector<std::string>;
+
+    int performOne(const Words& words) {
         const auto& command = words.at(0);
         if (command == "create") {
-            auto result = authorization.create();
-            reference = result.reference;
+            auto result = service_.create();
+            reference_ = result.reference;
             return result.status;
         }
         if (command == "rights") {
-            return words.size() == 1 ? authorization.copyRights(*reference, std::nullopt)
-                                     : rightsWithPassword(words.at(1), std::stoul(words.at(2)));
+            return words.size() > 2 ? rightsWithPassword(words.at(1), std::stoul(words.at(2)))
+                                    : service_.askForRights(*reference_, optionalWord(words, 1));
         }
         if (command == "run") {
-            return authorization.execute(*reference, words.at(3), {words.begin() + 4, words.end()},
-                                         words.at(1) == "end", words.at(2) == "ask");
+            return service_.execute(*reference_, words.at(3), {words.begin() + 4, words.end()},
+                                    words.at(1) == "end", words.at(2) == "ask");
         }
-        authorization.free(reference);
-        return 0;
+        if (command == "free") {
+            service_.free(reference_);
+            return 0;
+        }
+        return performByController(words);
     }
+
+    int rightsWithPassword(const std::string& user, std::size_t length) {
+        auto password = readText(length);
+        return service_.copyRights(*reference_, {.user = user, .password = platform::SecretText(password)});
+    }
+
+    static int performByController(const Words& words) {
+        auto& controller = VTAuthorization::sharedController();
+        const auto& command = words.at(0);
+        const auto path = optionalWord(words, 1);
+        const auto other = optionalWord(words, 2);
+        if (command == "startWithUser") {
+            return controller.authStartWithUser(path, readText(std::stoul(words.at(2))));
+        }
+        if (command == "exec") {
+            return controller.authExecTask(words.at(2), {words.begin() + 3, words.end()},
+                                           words.at(1) == "start");
+        }
+        const std::map<std::string, std::function<int()>> commands{
+            {"start", [&] { return controller.authStart(); }},
+            {"end", [&] { return controller.authEnd(), 0; }},
+            {"silent", [&] { return controller.setHasGUI(false), 0; }},
+            {"isHeld", [&] { return controller.authRef() != nullptr; }},
+            {"remove", [&] { return controller.authRemoveFile(path); }},
+            {"trash", [&] { return controller.authTrashFile(path); }},
+            {"trashContents", [&] { return controller.authTrashFolderContents(path); }},
+            {"deleteContents", [&] { return controller.authTrashFolderContents(path, true); }},
+            {"moveContents", [&] { return controller.authMoveFolderContents(path, other); }},
+            {"move", [&] { return controller.authMoveFile(path, other); }},
+            {"copy", [&] { return controller.authCopyFile(path, other); }},
+            {"makeFolder", [&] { return controller.authCreateDir(path); }},
+        };
+        return commands.at(command)();
+    }
+
+    static std::optional<std::string> optionalWord(const Words& words, std::size_t place) {
+        return place < words.size() ? std::optional(words[place]) : std::nullopt;
+    }
+
+    platform::PolkitAuthorization service_;
+    std::shared_ptr<platform::AuthorizationReference> reference_;
 };
 
 } // namespace
 
 int main() {
+    // Only what the operations use.
+    platform::install({.consoleLog = std::make_shared<ConsoleOnOutput>(),
+                       .fileManager = std::make_shared<platform::LinuxFileManager>(),
+                       .users = std::make_shared<platform::LinuxUsers>(),
+                       .notificationCenter = std::make_shared<platform::NotificationCenter>(),
+                       .authorization = std::make_shared<platform::PolkitAuthorization>()});
+    VTLog::createNewLog();
     Driver driver;
     std::vector<std::string> words;
     while (readWords(words)) {

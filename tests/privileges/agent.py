@@ -68,7 +68,8 @@ class Session:
         self._group = pathlib.Path("/run/session-group")
         path = f"/user.slice/user-{user.pw_uid}.slice/session-{self.NAME}.scope"
         self._group.write_text(f"1:name=systemd:{path}\n0::{path}\n", encoding="utf-8")
-        texts = {f"sessions/{self.NAME}": f"UID={user.pw_uid}\nUSER={USER}\nACTIVE=1\nSTATE=active\nTYPE=x11\nCLASS=user\n",
+        texts = {f"sessions/{self.NAME}":
+                     f"UID={user.pw_uid}\nUSER={USER}\nACTIVE=1\nSTATE=active\nTYPE=x11\nCLASS=user\n",
                  f"users/{user.pw_uid}": f"NAME={USER}\nSTATE=active\nDISPLAY={self.NAME}\nSESSIONS={self.NAME}\n",
                  "seats/.none": ""}
         for name, text in texts.items():
@@ -85,11 +86,11 @@ class Session:
         self._test.addCleanup(run, "umount", place)
 
     def start_agent(self, password=PASSWORD):
-        self._agent = subprocess.Popen(
+        agent = self._agent = subprocess.Popen(
             [sys.executable, pathlib.Path(__file__).with_name("session_agent.py"), self.NAME], stdin=subprocess.PIPE,
             stdout=subprocess.PIPE, bufsize=0, cwd="/", env={"PATH": "/usr/bin:/bin"}, user=self._user.pw_uid,
             group=self._user.pw_gid, extra_groups=[])
-        self._test.addCleanup(self._end_agent)
+        self._test.addCleanup(self._end, agent)
         self.take_in(self._agent.pid)
         self._agent.stdin.write(password.encode() + b"\n")
         self._test.assertEqual(self.question(), "ready")
@@ -104,8 +105,9 @@ class Session:
     def was_asked(self):
         return bool(select.select([self._agent.stdout], [], [], 0)[0])
 
-    def _end_agent(self):
-        self._agent.kill()
-        self._agent.wait()
-        self._agent.stdin.close()
-        self._agent.stdout.close()
+    @staticmethod
+    def _end(agent):
+        agent.kill()
+        agent.wait()
+        agent.stdin.close()
+        agent.stdout.close()

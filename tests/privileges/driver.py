@@ -16,12 +16,14 @@ def hexadecimal(word):
 
 
 class Driver:
-    def __init__(self, test, environment=None):
-        user = pwd.getpwnam(USER)
+    def __init__(self, test, environment=None, user=USER, **options):
+        user = pwd.getpwnam(user)
+        self.home = pathlib.Path(user.pw_dir)
+        self.console = []  # what it was told, line by line
         self.process = subprocess.Popen(
             [DRIVER], stdin=subprocess.PIPE, stdout=subprocess.PIPE, bufsize=0, cwd="/",
             env={"PATH": "/usr/bin:/bin", "HOME": user.pw_dir} | (environment or {}),
-            user=user.pw_uid, group=user.pw_gid, extra_groups=[])
+            user=user.pw_uid, group=user.pw_gid, extra_groups=[], **options)
         test.addCleanup(self.end)
         self._answers = b""
 
@@ -38,7 +40,7 @@ class Driver:
     def send(self, *words, followed_by=b""):
         self.process.stdin.write(" ".join(map(hexadecimal, words)).encode() + b"\n" + followed_by)
 
-    def answer(self, limit=90):
+    def _line(self, limit):
         while b"\n" not in self._answers:
             if not select.select([self.process.stdout], [], [], limit)[0]:
                 raise AssertionError("no answer")
@@ -47,6 +49,11 @@ class Driver:
                 raise AssertionError(f"the driver has ended: {self.process.wait()}")
             self._answers += chunk
         line, _, self._answers = self._answers.partition(b"\n")
+        return line
+
+    def answer(self, limit=90):
+        while (line := self._line(limit)).startswith(b"console "):
+            self.console.append(bytes.fromhex(line.split()[1].decode()).decode())
         return int(line)
 
     def answers_now(self):
@@ -56,8 +63,9 @@ class Driver:
         self.send(*words, **options)
         return self.answer()
 
-    def rights_with_password(self, user=private_system.ADMINISTRATOR, password=private_system.PASSWORD):
-        return self.ask("rights", user, len(password), followed_by=password.encode())
+    def rights_with_password(self, user=private_system.ADMINISTRATOR, password=private_system.PASSWORD,
+                             command="rights"):
+        return self.ask(command, user, len(password.encode()), followed_by=password.encode())
 
     def run(self, *words, until="end", asking="no"):
         return self.ask("run", until, asking, *words)

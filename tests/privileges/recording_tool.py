@@ -16,8 +16,8 @@ for name in os.listdir("/proc/self/fd"):
         pass  # the one by which they are listed
 with open("/proc/self/status") as status:
     blocked = next(line.split()[1] for line in status if line.startswith("SigBlk"))
-record = {"arguments": arguments, "environment": dict(os.environ), "descriptors": descriptors, "folder": os.getcwd(), "umask": os.umask(0), "user": os.getresuid(),
-          "group": os.getresgid(), "blocked": int(blocked, 16)}
+record = {"arguments": arguments, "environment": dict(os.environ), "descriptors": descriptors, "folder": os.getcwd(),
+          "umask": os.umask(0), "user": os.getresuid(), "group": os.getresgid(), "blocked": int(blocked, 16)}
 draft = "@RECORD@.draft"
 with open(draft, "w") as file:
     json.dump(record, file)

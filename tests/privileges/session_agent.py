@@ -2,8 +2,9 @@
 
     session_agent.py SESSION
 
-reads the password as a line (an empty one: every question is turned away), says "ready", and then writes down each question as a line of JSON. Further lines
-name operations of polkit's that it is to call for the session, and whose answer it writes down.
+reads the password as a line (an empty one: every question is turned away), says "ready", and then writes down each
+question as a line of JSON. Further lines name operations of polkit's that it is to call for the session, and whose
+answer it writes down.
 """
 
 import json

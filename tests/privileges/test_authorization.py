@@ -2,19 +2,23 @@
 
 import os
 import pwd
+import resource
 import unittest
 
 from agent import Agent, Session
 from driver import DENIED, DISMISSED, NOT_STARTED, UNAVAILABLE, Driver
-from private_system import ACTION, ADMINISTRATOR, HELPER, PASSWORD, RULES, USER, Bus, Polkit, wait_until
+from private_system import ACTION, ADMINISTRATOR, HELPER, PASSWORD, RULES, USER, Bus, Polkit, run, wait_until
 from recording_tool import ToolFolder
 
 GRANTED_BY_RULE = f"""polkit.addRule(function (action, subject) {{
     if (action.id == "{ACTION}" && subject.user == "{USER}") {{ return polkit.Result.YES; }}
 }});
 """
-setUpModule = Bus.start
 REFUSED_BY_RULE = GRANTED_BY_RULE.replace("Result.YES", "Result.NO")
+MESSAGE = ("The Launcher wants to change files or run repair tools with administrator rights. "
+           f"For the next few minutes it will not ask again. Command: {HELPER}")
+
+setUpModule = Bus.start
 
 
 class AuthorizationTest(unittest.TestCase):
@@ -72,7 +76,8 @@ class GrantedTest(AuthorizationTest):
 
     def test_passes_exactly_the_arguments(self):
         self.assertEqual(self.driver.ask("rights"), 0)
-        arguments = [b"-Rdf", b"", b"two words", b"a\nb\tc", b"\xff\xfe", b"$(id) `id` ; & | * ? ~ \\ ' \"", b"--", b"-"]
+        arguments = [b"-Rdf", b"", b"two words", b"a\nb\tc", b"\xff\xfe", b"$(id) `id` ; & | * ? ~ \\ ' \"", b"--",
+                     b"-"]
         record = self.assert_runs(*arguments)
         self.assertEqual(record["arguments"][1:], arguments)
 
@@ -127,6 +132,17 @@ class GrantedTest(AuthorizationTest):
         wait_until(lambda: not self.driver.children(), "the end of all children")
         wait_until(lambda: self.driver.descriptors() == before, "the end of all pipes")
 
+    def test_loses_no_descriptors_when_there_are_none_left(self):
+        statuses = set()
+        for number in range(5, 20):
+            driver = Driver(self, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (number, number)))
+            if driver.ask("create") != 0 or driver.ask("rights") != 0:
+                continue
+            before = driver.descriptors()
+            statuses.add(driver.run("/bin/true"))
+            wait_until(lambda: driver.descriptors() == before, "the end of all pipes")
+        self.assertGreaterEqual(statuses, {0, NOT_STARTED})
+
     def test_runs_eight_at_a_time(self):
         self.assertEqual(self.driver.ask("rights"), 0)
         gate = self.tools.path / "gate"
@@ -137,6 +153,7 @@ class GrantedTest(AuthorizationTest):
         for _ in range(8):
             self.assertEqual(self.driver.run(waiting, until="start"), 0)
         wait_until(lambda: log.read_text().split() == ["start"] * 8, "eight starts")
+        self.assert_runs(until="end")  # what is waited for takes no place
         self.driver.send("run", "start", "no", waiting)
 
         def has_decided():
@@ -147,7 +164,6 @@ class GrantedTest(AuthorizationTest):
         wait_until(has_decided, "the ninth")
         self.assertFalse(self.driver.answers_now())
         self.assertEqual(len(self.driver.children()), 8)
-        # A tool that is waited for takes no place, but this driver does one thing at a time.
         with open(gate, "w") as lines:
             lines.write("\n" * 9)
             lines.flush()
@@ -233,6 +249,13 @@ class PasswordTest(AuthorizationTest):
         self.assertEqual(self.driver.rights_with_password(user="root"), DENIED)
         self.assert_does_not_run(DENIED)
 
+    def test_refuses_what_only_begins_with_the_password(self):
+        for ending in ("\n", "\njunk", "\0", "\0junk", "x"):
+            with self.subTest(ending):
+                self.assertEqual(self.driver.rights_with_password(password=PASSWORD + ending), DENIED)
+                self.assertEqual(self.driver.rights_with_password(user=ADMINISTRATOR + ending), DENIED)
+        self.assert_does_not_run(DENIED)
+
     def test_is_gone_once_freed(self):
         self.assertEqual(self.driver.rights_with_password(), 0)
         self.assertEqual(self.driver.ask("free"), 0)
@@ -284,6 +307,26 @@ class PasswordTest(AuthorizationTest):
             for part in (password, password[:12], password[-12:]):
                 self.assertFalse(self.driver.memory_holds(part.encode()), part)
         self.assertTrue(self.driver.memory_holds(ADMINISTRATOR.encode()))
+
+    def test_needs_the_library_that_speaks_to_pam(self):
+        self.assertEqual(self.driver.rights_with_password(password="wrong"), DENIED)
+        library = next(line.split()[-1] for line in (self.driver.folder / "maps").read_text().splitlines()
+                       if line.endswith("/vt_password_agent.so"))
+        folder = os.path.dirname(library)
+        run("mount", "-t", "tmpfs", "tmpfs", folder)
+        self.addCleanup(run, "umount", folder)
+        other = Driver(self)
+        self.assertEqual(other.ask("create"), 0)
+        self.assertEqual(other.rights_with_password(), UNAVAILABLE)
+        self.assertTrue(other.console[0].startswith("Unable to load vt_password_agent.so"), other.console)
+
+    def test_refuses_what_only_begins_with_the_longest_password(self):
+        longest = "Wexelblatt-" * 46 + "Quorn"
+        self.addCleanup(run, "chpasswd", input=f"{ADMINISTRATOR}:{PASSWORD}\n".encode())
+        run("chpasswd", input=f"{ADMINISTRATOR}:{longest}\n".encode())
+        for ending in ("x", "junk"):
+            self.assertEqual(self.driver.rights_with_password(password=longest + ending), DENIED)
+        self.assertEqual(self.driver.rights_with_password(password=longest), 0)
 
     def test_takes_a_thousand_letters(self):
         self.assertEqual(self.driver.rights_with_password(password="x" * 1000), DENIED)
@@ -358,9 +401,7 @@ class SessionTest(AuthorizationTest):
         question = self.session.question()
         self.assertEqual(question["action"], ACTION)
         self.assertEqual(question["details"]["polkit.subject-pid"], str(self.driver.process.pid))
-        self.assertEqual(question["message"],
-                         "The Launcher wants to change files or run repair tools with administrator rights. "
-                         f"For the next few minutes it will not ask again. Command: {HELPER}")
+        self.assertEqual(question["message"], MESSAGE)
         self.assert_runs()
         self.assert_runs(asking="ask")
         self.assertFalse(self.session.was_asked())
@@ -382,16 +423,38 @@ class SessionTest(AuthorizationTest):
         self.session.question()
         self.session.ask_polkit("RevokeTemporaryAuthorizations")
         self.assert_does_not_run(DENIED)
-        self.assert_runs("word", asking="ask")
+        self.assert_runs("word\n\nThis is harmless.", asking="ask")
         question = self.session.question()
         self.assertEqual(question["action"], ACTION)
-        self.assertTrue(question["message"].endswith(f"Command: {HELPER} {self.tool} word"), question)
+        self.assertEqual(question["message"], f"{MESSAGE} {self.tool}")  # what arguments are called says nothing
         self.assertEqual(question["details"]["polkit.subject-pid"], str(self.driver.process.pid))
+        self.assertFalse(self.session.was_asked())
+
+    def test_names_the_tool_and_runs_none(self):
+        self.assertEqual(self.driver.ask("rights", self.tool), 0)
+        self.assertEqual(self.session.question()["message"], f"{MESSAGE} {self.tool}")
+        self.assertIsNone(self.tools.record("recorder"))
+        self.assert_runs()
+        self.assertFalse(self.session.was_asked())
+
+    def test_has_the_right_although_the_tool_named_is_none(self):
+        os.chmod(self.tool, 0o757)
+        self.assertEqual(self.driver.ask("rights", self.tool), 0)
+        self.session.question()
+        self.assert_does_not_run(NOT_STARTED)
+
+    def test_asks_about_no_tool_whose_name_could_say_anything(self):
+        self.assertEqual(self.driver.ask("rights", f"{self.tool}\n\nThis is harmless."), NOT_STARTED)
+        self.assertFalse(self.session.was_asked())
 
     def test_asks_nobody_when_a_password_is_given(self):
         self.assertEqual(self.driver.rights_with_password(), 0)
         self.assertEqual(self.driver.ask("free"), 0)
         self.assertEqual(self.driver.rights_with_password(password="wrong"), DENIED)
+        self.assertEqual(self.driver.rights_with_password(), 0)
+        Polkit.start()
+        self.session.start_agent()
+        self.assert_does_not_run(DENIED, asking="ask")
         self.assertFalse(self.session.was_asked())
 
 

@@ -6,16 +6,28 @@ import os
 import pathlib
 import pwd
 import shutil
+import resource
 import signal
 import socket
+import struct
 import subprocess
 import unittest
 
-from private_system import HELPER, USER, run
+from private_system import HELPER, USER, run, wait_until
 from recording_tool import ToolFolder
 
 EX_USAGE, EX_OSERR, EX_TEMPFAIL, EX_NOPERM = 64, 71, 75, 77
 PYTHON = "/usr/bin/python3"  # a tool that is no script, and a link
+
+
+ACCESS_LIST = "system.posix_acl_access"
+
+
+def let_write(path, user):
+    """By an access list, as `setfacl -m user:USER:rwx` does."""
+    everybody = 0xFFFFFFFF
+    entries = ((1, 7, everybody), (2, 7, user), (4, 5, everybody), (16, 7, everybody), (32, 5, everybody))
+    os.setxattr(path, ACCESS_LIST, struct.pack("<I", 2) + b"".join(struct.pack("<HHI", *entry) for entry in entries))
 
 
 class HelperTest(unittest.TestCase):
@@ -70,7 +82,8 @@ class ToolTest(HelperTest):
         os.mkfifo(self.tools.path / "fifo")
         os.mknod(self.tools.path / "device", 0o20755, os.makedev(1, 3))
         os.symlink("loop", self.tools.path / "loop")
-        for name in ("missing", "fifo", "device", "loop", "", "recorder/", "recorder/.", "recorder/..", "recorder/x", "x" * 300):
+        for name in ("missing", "fifo", "device", "loop", "", "recorder/", "recorder/.", "recorder/..", "recorder/x",
+                     "x" * 300):
             with self.subTest(name):
                 self.assert_refused(f"{self.tools.path}/{name}")
 
@@ -85,7 +98,18 @@ class ToolTest(HelperTest):
         os.chmod(self.tool, 0o775)
         self.assert_refused(self.tool)
         os.chown(self.tool, 0, 0)
+        self.assert_refused(self.tool)  # there are groups in which root is not alone, its own included
+        os.chmod(self.tool, 0o755)
         self.assert_runs(self.tool)
+
+    def test_refuses_what_an_access_list_opens(self):
+        for item in (self.tool, self.tools.path):
+            let_write(item, self.user)
+            self.assertEqual((os.stat(item).st_uid, os.stat(item).st_gid), (0, 0))
+            self.assert_refused(self.tool)
+            os.removexattr(item, ACCESS_LIST)
+            os.chmod(item, 0o755)
+            self.assert_runs(self.tool)
 
     def test_refuses_tools_in_folders_that_others_may_change(self):
         for mode in (0o757, 0o777, 0o1777):
@@ -140,21 +164,52 @@ class ToolTest(HelperTest):
         self.assert_refused(f"{self.tools.path}/{name}")
 
     def test_runs_the_tool_it_has_checked(self):
-        """Somebody exchanges the tool after the check."""
+        """Root itself exchanges the tool after the check, as an upgrade does: nothing runs then."""
         for original in (self.tool, shutil.copy("/usr/bin/touch", self.tools.path / "binary")):
             mark = self.tools.path / "mark"
             other = self.tools.add("other", "#!/bin/sh\ntouch '" + str(self.tools.path / "other.ran") + "'\n")
             ours, theirs = socket.socketpair()
-            process = subprocess.Popen([HELPER, original, str(mark)], stdin=theirs)
+            process = subprocess.Popen([HELPER, original, str(mark)], stdin=theirs, stderr=subprocess.DEVNULL)
             theirs.close()
             self.assertEqual(ours.recv(1), b"R")
             os.rename(other, original)
             ours.send(b"G")
-            self.assertEqual(process.wait(), 0)
-            self.assertTrue(self.tools.record("recorder") or mark.exists())
-            self.assertFalse((self.tools.path / "other.ran").exists())
-            self.tools.forget("recorder")
+            self.assertEqual(ours.recv(1), b"F")
+            self.assertEqual(process.wait(), EX_OSERR)
+            self.assertIsNone(self.tools.record("recorder"))
+            self.assertFalse(mark.exists() or (self.tools.path / "other.ran").exists())
             ours.close()
+
+    def test_runs_the_folder_it_has_checked(self):
+        """The folders on the way are renamed after the check, and others take their place."""
+        folder = self.tools.path / "folder"
+        folder.mkdir()
+        tool = shutil.copy(self.tool, folder / "tool")
+        ours, theirs = socket.socketpair()
+        process = subprocess.Popen([HELPER, tool], stdin=theirs)
+        theirs.close()
+        self.assertEqual(ours.recv(1), b"R")
+        folder.rename(self.tools.path / "elsewhere")
+        folder.mkdir()
+        os.symlink("/bin/false", tool)
+        ours.send(b"G")
+        self.assertEqual(process.wait(), 0)
+        self.assertIsNotNone(self.tools.record("recorder"))
+        ours.close()
+
+    def test_gives_the_process_the_name_of_the_tool(self):
+        """So that those who signal processes by name find it, be it a script or a program."""
+        gate = self.tools.path / "gate"
+        os.mkfifo(gate)
+        script = self.tools.add("VtWaiting", f"#!/bin/sh\nread line <{gate}\n")
+        program = shutil.copy("/usr/bin/cat", self.tools.path / "VtProgram")
+        link = self.tools.path / "VtLink"
+        os.symlink("VtProgram", link)
+        for tool, name in ((script, "VtWaiting"), (program, "VtProgram"), (link, "VtProgram")):
+            process = subprocess.Popen([HELPER, tool, gate], stdin=subprocess.DEVNULL)
+            wait_until(lambda: pathlib.Path(f"/proc/{process.pid}/comm").read_text().strip() == name, "its name")
+            subprocess.run(["/usr/bin/killall", name], check=True)
+            self.assertEqual(process.wait(), -signal.SIGTERM)
 
     def test_says_what_it_could_not_start(self):
         os.chmod(self.tool, 0o644)
@@ -173,7 +228,8 @@ class SurroundingsTest(HelperTest):
 
     def test_passes_exactly_the_arguments(self):
         self.assert_runs(self.tool)
-        self.assert_runs(self.tool, "", "two words", "a\nb", os.fsdecode(b"\xff\xfe"), "$(id)`id`;&|*?~\\'\"", "--", "-x")
+        self.assert_runs(self.tool, "", "two words", "a\nb", os.fsdecode(b"\xff\xfe"), "$(id)`id`;&|*?~\\'\"", "--",
+                         "-x")
         self.assert_runs(self.tool, *(f"{number:04}" + "x" * 1020 for number in range(128)))
         self.assert_runs(self.tool, "x" * 131071)
 
@@ -204,8 +260,9 @@ class SurroundingsTest(HelperTest):
         self.addCleanup(os.close, 900)
         self.helper(self.tool, pass_fds=[secret, 900])
         descriptors = self.tools.record("recorder")["descriptors"]
-        # The script itself, by which its interpreter reads it.
-        self.assertEqual({name for name, target in descriptors.items() if target != self.tool}, {"0", "1", "2"})
+        # The script's folder, by which its interpreter reads it.
+        self.assertEqual({name for name, target in descriptors.items() if target != str(self.tools.path)},
+                         {"0", "1", "2"})
         self.assertEqual(len(descriptors), 4)
 
         code = "import json, os; print(json.dumps(sorted(os.listdir('/proc/self/fd'))))"
@@ -224,6 +281,27 @@ class SurroundingsTest(HelperTest):
         self.assertEqual((record["folder"], record["umask"], record["blocked"]), ("/", 0o022, 0))
         code = "import signal; print(signal.getsignal(signal.SIGTERM) == signal.SIG_DFL)"
         self.assertEqual(self.helper(PYTHON, "-I", "-c", code, preexec_fn=spoil).stdout, b"True\n")
+
+    def test_gives_resources_and_priority_as_they_are_by_default(self):
+        limits = {"FSIZE": 1000, "CPU": 1000, "NPROC": 1000, "AS": 2 << 30, "NOFILE": 100, "STACK": 4 << 20}
+        numbers = {name: getattr(resource, f"RLIMIT_{name}") for name in limits}
+        highest = {name: resource.getrlimit(number)[1] for name, number in numbers.items()}
+
+        def starve():
+            for name, limit in limits.items():
+                resource.setrlimit(numbers[name], (limit, highest[name]))
+
+        copy = self.tools.path / "copy"
+        self.assertEqual(self.helper("/bin/cp", "/bin/bash", copy, preexec_fn=starve).returncode, 0)
+        self.assertEqual(copy.stat().st_size, os.stat("/bin/bash").st_size)
+        code = ("import json, resource; print(json.dumps({name: resource.getrlimit(number)[0]"
+                f" for name, number in {numbers}.items()}}))")
+        found = json.loads(self.helper(PYTHON, "-I", "-c", code, preexec_fn=starve).stdout)
+        self.assertEqual((found.pop("NOFILE"), found.pop("STACK")), (1024, 8 << 20))
+        for name, limit in found.items():
+            self.assertIn(limit, (resource.RLIM_INFINITY, highest[name]), name)
+        code = "import os; print(os.nice(0))"
+        self.assertEqual(self.helper(PYTHON, "-I", "-c", code, preexec_fn=lambda: os.nice(5)).stdout, b"0\n")
 
     def test_passes_streams_and_status_on(self):
         tool = self.tools.add("status", "#!/bin/sh\nread word\necho $word\necho error >&2\nexit 7\n")
@@ -307,11 +385,13 @@ class ProtectedPlacesTest(HelperTest):
 
     def protected(self):
         top = [f"/{entry.name}" for entry in os.scandir("/") if entry.is_dir()]
-        return ["/", "//", "/.", "/..", "/usr/..", *top, *(f"{folder}/" for folder in top), "//usr", "/usr/.", "/usr/./",
-                "/usr/bin/..", "/usr/bin/../", "/usr/../usr", "/../usr", "/proc/self/root/usr", "usr", "./usr",
-                f"{self.place}/top/usr", f"{self.place}/top/", f"{self.place}/users/", f"{self.place}/top/home",
-                f"{self.place}/../../../../etc", self.home, f"{self.home}/", f"{self.home}/.", f"{self.home}//", "/home",
-                str(self.mount), f"{self.mount}/", f"{self.place}/folder", str(self.place), str(self.tools.path)]
+        return ["/", "//", "/.", "/..", "/usr/..", *top, *(f"{folder}/" for folder in top), "//usr", "/usr/.",
+                "/usr/./", "/usr/bin/..", "/usr/bin/../", "/usr/../usr", "/../usr", "/proc/self/root/usr", "usr",
+                "./usr", f"{self.place}/top/usr", f"{self.place}/top/",
+                f"{self.place}/users/", f"{self.place}/top/home",
+                f"{self.place}/../../../../etc", self.home, f"{self.home}/", f"{self.home}/.", f"{self.home}//",
+                "/home", str(self.mount), f"{self.mount}/", f"{self.place}/folder", str(self.place),
+                str(self.tools.path)]
 
     def allowed(self):
         return [f"{self.place}/file", f"{self.place}/top", f"{self.place}/users", f"{self.place}/missing",

@@ -9,6 +9,7 @@
 #include <array>
 #include <fcntl.h>
 #include <pwd.h>
+#include <string_view>
 #include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
@@ -22,6 +23,7 @@ using Status = Authorization::Status;
 
 struct Reference : AuthorizationReference {
     bool hasRight = false;
+    bool hasCredentials = false;
 };
 
 // A child that does nothing, in whose name polkit can be asked as if for the first time. Ends with this
@@ -87,13 +89,6 @@ std::optional<uid_t> userNamed(const std::string& name) {
     return found ? std::optional(found->pw_uid) : std::nullopt;
 }
 
-struct Administrator {
-    explicit Administrator(const Authorization::Credentials& credentials)
-        : name(credentials.user), password(credentials.password) {}
-    std::string name;
-    SecretText password;
-};
-
 Status statusOf(PrivilegedTools::Outcome outcome) {
     switch (outcome) {
     case PrivilegedTools::Outcome::Started:
@@ -108,40 +103,75 @@ Status statusOf(PrivilegedTools::Outcome outcome) {
     return PolkitAuthorization::kNotStarted;
 }
 
-bool authorizes(Administrator& administrator, const std::optional<PolkitProcess>& subject) {
-    const auto user = userNamed(administrator.name);
+// How things are before a request.
+struct Standing {
+    std::optional<Status> decision = std::nullopt; // that needs neither question nor password
+    bool isKept = false;                           // a right from before, which polkit does not let go
+};
+
+Standing standing() {
+    const auto answer = PrivilegedTools::isInstalled() ? askPolkit() : std::nullopt;
+    if (!answer) {
+        return {.decision = PolkitAuthorization::kUnavailable};
+    }
+    if (answer->isAuthorized && !answer->keptIdentifier) {
+        return {.decision = 0};
+    }
+    if (!answer->isAuthorized && !answer->couldBeAuthorized) {
+        return {.decision = PolkitAuthorization::kDenied};
+    }
+    // What is kept from before says nothing about who asks now.
+    return {.isKept = answer->keptIdentifier && !PolkitService::revoke(*answer->keptIdentifier)};
+}
+
+// pkexec has the session's agent ask, for only root may tell polkit what the question shows.
+Status ask(const std::optional<std::string>& tool) {
+    const auto before = standing();
+    using Subject = PrivilegedTools::Subject;
+    return before.decision ? *before.decision
+                           : statusOf(PrivilegedTools::authorize(
+                                 before.isKept ? Subject::Child : Subject::ThisProcess, tool));
+}
+
+// What is said to PAM's helper is one line, of which it takes so many bytes, and a zero byte ends it: the
+// rest would not be looked at.
+bool isTakenWhole(std::string_view text) {
+    constexpr std::size_t kLongest = 511;
+    using namespace std::string_view_literals;
+    return text.size() <= kLongest && text.find_first_of("\0\n"sv) == text.npos;
+}
+
+Status authorize(Authorization::Credentials& administrator, const std::optional<PolkitProcess>& subject) {
+    const auto user = userNamed(administrator.user);
     if (!user || !subject) {
-        return false;
+        return PolkitAuthorization::kDenied;
     }
     auto* authorize = reinterpret_cast<AuthorizeWithPassword*>(
         functionOnDemand("vt_password_agent.so", "vtAuthorizeWithPassword"));
-    return authorize && authorize(*subject, *user, administrator.password);
+    switch (authorize ? authorize(*subject, *user, administrator.password) : PasswordVerdict::None) {
+    case PasswordVerdict::Right:
+        return 0;
+    case PasswordVerdict::Wrong:
+        return PolkitAuthorization::kDenied;
+    case PasswordVerdict::None:
+        break;
+    }
+    return PolkitAuthorization::kUnavailable;
 }
 
-// `administrator` null: the session's agent asks. pkexec has it do so, for only root may tell polkit the
-// command line that the question shows.
-Status obtainRight(Administrator* administrator) {
-    const auto before = PrivilegedTools::isInstalled() ? askPolkit() : std::nullopt;
-    if (!before) {
-        return PolkitAuthorization::kUnavailable;
+Status check(Authorization::Credentials& administrator) {
+    const auto before = standing();
+    if (before.decision) {
+        return *before.decision;
     }
-    if (before->isAuthorized && !before->keptIdentifier) {
-        return 0;
-    }
-    if (!before->isAuthorized && !before->couldBeAuthorized) {
+    if (!isTakenWhole(administrator.user) || !isTakenWhole(administrator.password.view())) {
         return PolkitAuthorization::kDenied;
     }
-    // What is kept from before says nothing about who asks now.
-    const bool isKept = before->keptIdentifier && !PolkitService::revoke(*before->keptIdentifier);
-    using Subject = PrivilegedTools::Subject;
-    if (!administrator) {
-        return statusOf(PrivilegedTools::authorize(isKept ? Subject::Child : Subject::ThisProcess));
-    }
-    if (isKept) {
+    if (before.isKept) {
         const StandIn standIn;
-        return authorizes(*administrator, standIn.find()) ? 0 : PolkitAuthorization::kDenied;
+        return authorize(administrator, standIn.find());
     }
-    return authorizes(*administrator, thisProcess()) ? 0 : PolkitAuthorization::kDenied;
+    return authorize(administrator, thisProcess());
 }
 
 } // namespace
@@ -168,29 +198,44 @@ Authorization::Result PolkitAuthorization::create() {
     return {.status = status, .reference = status == 0 ? std::make_shared<Reference>() : nullptr};
 }
 
-Status PolkitAuthorization::copyRights(AuthorizationReference& reference,
-                                       const std::optional<Credentials>& credentials) {
-    const auto administrator = credentials ? std::make_shared<Administrator>(*credentials) : nullptr;
-    const auto status = wait([administrator] { return obtainRight(administrator.get()); });
+Status PolkitAuthorization::askForRights(AuthorizationReference& reference,
+                                         const std::optional<std::string>& tool) {
+    const auto status = wait([tool] { return ask(tool); });
     static_cast<Reference&>(reference).hasRight = status == 0;
+    return status;
+}
+
+Status PolkitAuthorization::copyRights(AuthorizationReference& reference, Credentials credentials) {
+    const auto administrator = std::make_shared<Credentials>(std::move(credentials));
+    const auto status = wait([administrator] { return check(*administrator); });
+    auto& rights = static_cast<Reference&>(reference);
+    rights.hasRight = status == 0;
+    rights.hasCredentials = true;
     return status;
 }
 
 Status PolkitAuthorization::execute(AuthorizationReference& reference, const std::string& tool,
                                     const std::vector<std::string>& arguments, bool waitsForEnd,
                                     bool mayAsk) {
-    if (!static_cast<Reference&>(reference).hasRight) {
+    const auto& rights = static_cast<Reference&>(reference);
+    if (!rights.hasRight) {
         return kDenied;
     }
+    mayAsk = mayAsk && !rights.hasCredentials;
     return wait([tools = tools_, tool, arguments, waitsForEnd, mayAsk] {
         const auto answer = askPolkit();
         if (!answer || !PrivilegedTools::isInstalled()) {
             return kUnavailable;
         }
-        // pkexec asks when it must, and its question names the tool.
         const bool mustAsk = !answer->isAuthorized;
-        if (mustAsk && !(mayAsk && answer->couldBeAuthorized)) {
-            return kDenied;
+        if (mustAsk) {
+            const auto status =
+                mayAsk && answer->couldBeAuthorized
+                    ? statusOf(PrivilegedTools::authorize(PrivilegedTools::Subject::ThisProcess, tool))
+                    : kDenied;
+            if (status != 0) {
+                return status;
+            }
         }
         using Until = PrivilegedTools::Until;
         return statusOf(tools->run(tool, arguments, waitsForEnd ? Until::OutputEnds : Until::Start, mustAsk));

@@ -15,13 +15,13 @@ namespace platform {
 // again or refused. What polkit keeps is revoked by `free` when polkit allows that; otherwise it lapses by
 // itself, and until then serves nobody: a new request puts its question all the same.
 //
-// Where a rule grants the action without a question, credentials are not looked at.
+// Where a rule grants the action without a question, credentials are not looked at. No question shows a
+// tool's arguments, which could make it say anything; but where a rule keeps rights from being kept, each run
+// puts a second question, and that one is pkexec's own and does.
 class PolkitAuthorization : public Authorization {
 public:
-    static constexpr Status kDenied = -60005;
-    static constexpr Status kDismissed = -60006;   // by whoever was asked, or given up at the program's end
-    static constexpr Status kUnavailable = -60008; // no polkit, no pkexec, or no helper
-    static constexpr Status kNotStarted = -60031;  // the tool was refused, or could not be started
+    // `kUnavailable`: no polkit, no pkexec, no helper, or none that answers.
+    static constexpr Status kNotStarted = -60031; // the tool was refused, or could not be started
 
     // How to wait: does the work, which may take as long as people take to answer, and returns when it is
     // done, having kept alive meanwhile what has to be. False when it could not be waited for; it then goes
@@ -32,8 +32,8 @@ public:
 
     std::shared_ptr<AuthorizationReference> privilegedReference() override; // none here
     Result create() override;
-    Status copyRights(AuthorizationReference& reference,
-                      const std::optional<Credentials>& credentials) override;
+    Status askForRights(AuthorizationReference& reference, const std::optional<std::string>& tool) override;
+    Status copyRights(AuthorizationReference& reference, Credentials credentials) override;
     Status execute(AuthorizationReference& reference, const std::string& tool,
                    const std::vector<std::string>& arguments, bool waitsForEnd, bool mayAsk) override;
     void free(std::shared_ptr<AuthorizationReference> reference) override;

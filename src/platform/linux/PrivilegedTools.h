@@ -1,6 +1,8 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <semaphore>
 #include <string>
 #include <vector>
 
@@ -12,7 +14,7 @@ namespace platform {
 class PrivilegedTools {
 public:
     enum class Outcome {
-        Started,       // or, without a tool, authorized
+        Started,       // or, when none was to be, authorized
         NotAuthorized, // so says pkexec
         Dismissed,     // so does whoever was asked
         NotStarted,    // refused by the helper, or could not be started
@@ -29,23 +31,17 @@ public:
 
     // Has pkexec obtain the right that running a tool takes, and run none: for this process, or for a child
     // that has ended when the call returns, which shows what would be answered if it were for the first time.
-    // Waits for whoever is asked.
-    static Outcome authorize(Subject subject);
+    // Waits for whoever is asked, and who is shown the tool that the right is wanted for, or none. A path
+    // that does not fit on one line is not asked about.
+    static Outcome authorize(Subject subject, const std::optional<std::string>& tool);
 
     // Is there what it takes: pkexec, and the helper where it is installed?
     static bool isInstalled();
 
 private:
-    class Places;
-    class Place;
-    struct Child;
+    using Places = std::counting_semaphore<8>;
 
-    static Child spawn(const std::vector<std::string>& words);
-    static Outcome reasonForEnd(const std::shared_ptr<Child>& child);
-
-    std::shared_ptr<Places> places_ = makePlaces();
-
-    static std::shared_ptr<Places> makePlaces();
+    std::shared_ptr<Places> places_ = std::make_shared<Places>(Places::max());
 };
 
 } // namespace platform

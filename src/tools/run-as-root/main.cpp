@@ -20,6 +20,7 @@
 #include <fcntl.h>
 #include <optional>
 #include <string>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sysexits.h>
@@ -60,6 +61,31 @@ void tidyDescriptors() {
     }
 }
 
+// As the system gives them to its first process, so that what the caller may use up is nothing to the tool.
+// Only where root itself may not raise them, as in a container, does the tool get what there is.
+void tidyLimits() {
+    struct Limit {
+        __rlimit_resource resource;
+        rlimit values;
+    };
+    constexpr rlimit kNone{RLIM_INFINITY, RLIM_INFINITY};
+    constexpr rlim_t kStack = 8 << 20;
+    for (auto [resource, values] :
+         {Limit{RLIMIT_CPU, kNone}, Limit{RLIMIT_FSIZE, kNone}, Limit{RLIMIT_DATA, kNone},
+          Limit{RLIMIT_RSS, kNone}, Limit{RLIMIT_AS, kNone}, Limit{RLIMIT_LOCKS, kNone},
+          Limit{RLIMIT_NPROC, kNone}, Limit{RLIMIT_CORE, {0, RLIM_INFINITY}},
+          Limit{RLIMIT_STACK, {kStack, RLIM_INFINITY}}, Limit{RLIMIT_NOFILE, {1024, 4096}}}) {
+        if (::setrlimit(resource, &values) == 0) {
+            continue;
+        }
+        rlimit present{};
+        ::getrlimit(resource, &present);
+        present.rlim_cur = std::min(values.rlim_cur, present.rlim_max);
+        ::setrlimit(resource, &present);
+    }
+    ::setpriority(PRIO_PROCESS, 0, 0);
+}
+
 void tidyProcess() {
     for (int signal = 1; signal < NSIG; ++signal) {
         std::signal(signal, SIG_DFL); // refused for some
@@ -68,6 +94,7 @@ void tidyProcess() {
     sigemptyset(&noSignals);
     ::sigprocmask(SIG_SETMASK, &noSignals, nullptr);
     ::umask(S_IWGRP | S_IWOTH);
+    tidyLimits();
     if (::chdir("/") != 0) {
         throw Refusal("the root folder cannot be entered");
     }

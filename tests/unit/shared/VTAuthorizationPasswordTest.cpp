@@ -95,7 +95,7 @@ TEST_F(VTAuthorizationPassword, NothingIsLeftOfAPassword) {
             int seen = 0;
             service().createStatus = outcome == Case::NoReference ? 1 : 0;
             service().onCopyRights = [&](const std::optional<Credentials>& credentials) {
-                seen += secret.is(credentials.value().password.c_str());
+                seen += secret.is(credentials.value().password.view().data());
                 return outcome == Case::Refused ? 1 : 0;
             };
             VTLog::finishWriting(); // of the case before

@@ -37,7 +37,7 @@ TEST_P(VTAuthorizationRunAs, AToolThatIsMissingIsNotAskedFor) {
 TEST_F(VTAuthorizationRun, AToolAsksForTheRightsItNeeds) {
     EXPECT_EQ(controller().authExecTask("/bin/rm", {"one", "two"}), 0);
     EXPECT_THAT(service().events,
-                ElementsAre("privilegedReference", "create", "copyRights", "execute /bin/rm"));
+                ElementsAre("privilegedReference", "create", "askForRights for /bin/rm", "execute /bin/rm"));
     EXPECT_EQ(controller().authExecTask("/bin/rm", {"three"}), 0);
     EXPECT_EQ(service().events.size(), 5U);
     EXPECT_THAT(started(), ElementsAre(ToolRun{"/bin/rm", {"one", "two"}}, ToolRun{"/bin/rm", {"three"}}));
@@ -47,19 +47,36 @@ TEST_F(VTAuthorizationRun, ARefusalIsMinusOne) {
     refuse();
     EXPECT_EQ(controller().authExecTask("/bin/rm", {"x"}), -1);
     EXPECT_EQ(controller().authExecTask("/bin/rm", {"x"}, false), -1);
-    EXPECT_THAT(service().events, ElementsAre("privilegedReference", "create", "copyRights", "free", "create",
-                                              "copyRights", "free"));
+    EXPECT_THAT(service().events, ElementsAre("privilegedReference", "create", "askForRights for /bin/rm",
+                                              "free", "create", "askForRights for /bin/rm", "free"));
     EXPECT_THAT(started(), IsEmpty());
 }
 
 TEST_F(VTAuthorizationRun, AnotherStatusIsThePlatforms) {
-    for (Status status : {-60005, -60031, 7, -1, -2}) {
+    for (Status status : {-60031, 7, -1, -2}) {
         service().onExecute = [status](const ServiceRun&) { return status; };
         EXPECT_EQ(controller().authExecTask("/bin/rm", {}), status);
         EXPECT_EQ(controller().authExecTask("/bin/rm", {}, false), status);
     }
     EXPECT_TRUE(controller().isAuthorized());
     EXPECT_THAT(console(), IsEmpty());
+}
+
+TEST_F(VTAuthorizationRun, ExpiredRightsAreDropped) {
+    for (Status status : {-60005, -60006, -60008}) {
+        for (bool hasGUI : {true, false}) {
+            service().handedDown = reference();
+            service().freed.clear();
+            service().onExecute = [status](const ServiceRun&) { return status; };
+            RecordingAuthorization controller(hasGUI);
+            EXPECT_EQ(controller.authExecTask("/bin/rm", {}, hasGUI), -1);
+            EXPECT_EQ(controller.authRef(), nullptr);
+            EXPECT_FALSE(controller.isAuthorized());
+            EXPECT_THAT(service().freed, ElementsAre(service().handedDown));
+        }
+    }
+    EXPECT_THAT(console(), testing::Each("Unable to authorize")); // without an interface
+    EXPECT_EQ(console().size(), 3U);
 }
 
 TEST_F(VTAuthorizationRun, TheEndOfAToolIsWaitedForOnDemand) {
@@ -71,20 +88,13 @@ TEST_F(VTAuthorizationRun, TheEndOfAToolIsWaitedForOnDemand) {
                                             ServiceRun{"/bin/rm", {"x"}, true, true}));
 }
 
-TEST_F(VTAuthorizationRun, ExpiredRightsAreAskedForOnlyWithAnInterfaceAndWithoutCredentials) {
-    auto mayAsk = [&](VTAuthorization& controller) {
-        EXPECT_EQ(controller.authExecTask("/bin/rm", {}), 0);
-        return service().runs.back().mayAsk;
-    };
+TEST_F(VTAuthorizationRun, ExpiredRightsAreAskedForOnlyWithAnInterface) {
     service().handedDown = reference();
-    auto silent = withoutGUI();
-    EXPECT_FALSE(mayAsk(silent));
-    EXPECT_TRUE(mayAsk(controller()));
-    controller().authEnd();
-    EXPECT_TRUE(controller().authStartWithUser("admin", "secret"));
-    EXPECT_FALSE(mayAsk(controller()));
-    controller().authEnd();
-    EXPECT_TRUE(mayAsk(controller())); // has been asked for
+    for (bool hasGUI : {true, false}) {
+        RecordingAuthorization controller(hasGUI);
+        EXPECT_EQ(controller.authExecTask("/bin/rm", {}), 0);
+        EXPECT_EQ(service().runs.back().mayAsk, hasGUI);
+    }
 }
 
 TEST_F(VTAuthorizationRun, RootRunsToolsThroughTheTaskRunner) {

@@ -93,7 +93,7 @@ TEST_F(VTAuthorizationTest, AsksOnce) {
         return 0;
     };
     EXPECT_TRUE(controller().authStart());
-    EXPECT_THAT(service().events, ElementsAre("privilegedReference", "create", "copyRights"));
+    EXPECT_THAT(service().events, ElementsAre("privilegedReference", "create", "askForRights"));
     const auto held = controller().authRef();
     EXPECT_NE(held, nullptr);
     EXPECT_TRUE(controller().isAuthorized());
@@ -109,7 +109,7 @@ TEST_F(VTAuthorizationTest, ARefusalLeavesNoRights) {
     EXPECT_EQ(controller().authRef(), nullptr);
     EXPECT_FALSE(controller().isAuthorized());
     EXPECT_EQ(service().freed.size(), 1U);
-    EXPECT_THAT(service().events, ElementsAre("privilegedReference", "create", "copyRights", "free"));
+    EXPECT_THAT(service().events, ElementsAre("privilegedReference", "create", "askForRights", "free"));
     EXPECT_THAT(console(), IsEmpty());
     EXPECT_THAT(logged(), IsEmpty());
     service().onCopyRights = nullptr; // asked again, and granted
@@ -154,7 +154,7 @@ TEST_F(VTAuthorizationTest, CredentialsAreCheckedAndNobodyIsAsked) {
     int calls = 0;
     service().onCopyRights = [&](const std::optional<Credentials>& credentials) {
         EXPECT_EQ(credentials.value().user, "Zoë\n");
-        EXPECT_EQ(credentials.value().password, "pass wörd 日本 of some length");
+        EXPECT_EQ(credentials.value().password.view(), "pass wörd 日本 of some length");
         ++calls;
         return 0;
     };
@@ -168,7 +168,7 @@ TEST_F(VTAuthorizationTest, CredentialsAreCheckedAndNobodyIsAsked) {
 
 TEST_F(VTAuthorizationTest, EmptyCredentialsAreGiven) {
     service().onCopyRights = [](const std::optional<Credentials>& credentials) {
-        return credentials.value().user.empty() && credentials.value().password.empty() ? 0 : 1;
+        return credentials.value().user.empty() && credentials.value().password.view().empty() ? 0 : 1;
     };
     EXPECT_TRUE(controller().authStartWithUser("", ""));
 }

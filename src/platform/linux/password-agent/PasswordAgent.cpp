@@ -52,7 +52,7 @@ void answer(PolkitAgentSession* session, const char* /*request*/, gboolean /*isS
         polkit_agent_session_cancel(session);
         return;
     }
-    polkit_agent_session_response(session, conversation->password.text());
+    polkit_agent_session_response(session, conversation->password.view().data());
     conversation->password.wipe();
 }
 
@@ -165,7 +165,8 @@ private:
 
 } // namespace
 
-bool vtAuthorizeWithPassword(const PolkitProcess& subject, uid_t administrator, SecretText& password) {
+PasswordVerdict vtAuthorizeWithPassword(const PolkitProcess& subject, uid_t administrator,
+                                        SecretText& password) {
     const ThreadContext context;
     const Limit limit(context);
     GAsyncResult* result = nullptr;
@@ -173,14 +174,14 @@ bool vtAuthorizeWithPassword(const PolkitProcess& subject, uid_t administrator, 
     g_bus_get(G_BUS_TYPE_SYSTEM, limit.cancellable(), ThreadContext::remember, &result);
     const Owned<GDBusConnection> bus(g_bus_get_finish(context.wait(result).get(), nullptr));
     if (!bus) {
-        return false;
+        return PasswordVerdict::None;
     }
     g_dbus_connection_set_exit_on_close(bus.get(), FALSE); // the bus may go, this program stays
     polkit_authority_get_async(limit.cancellable(), ThreadContext::remember, &result);
     const Owned<::PolkitAuthority> authority(
         polkit_authority_get_finish(context.wait(result).get(), nullptr));
     if (!authority) {
-        return false;
+        return PasswordVerdict::None;
     }
 
     const Owned<PolkitSubject> process(polkit_unix_process_new_for_owner(subject.process, subject.startTime,
@@ -193,7 +194,7 @@ bool vtAuthorizeWithPassword(const PolkitProcess& subject, uid_t administrator, 
         polkit_agent_listener_register(&listener->parent, POLKIT_AGENT_REGISTER_FLAGS_NONE, process.get(),
                                        "/com/vantorel/launcher/PasswordAgent", limit.cancellable(), nullptr);
     if (!registration) {
-        return false;
+        return PasswordVerdict::None;
     }
     polkit_authority_check_authorization(authority.get(), process.get(), PolkitService::kAction, nullptr,
                                          POLKIT_CHECK_AUTHORIZATION_FLAGS_ALLOW_USER_INTERACTION,
@@ -205,7 +206,11 @@ bool vtAuthorizeWithPassword(const PolkitProcess& subject, uid_t administrator, 
         polkit_agent_session_cancel(conversation.session);
     }
     context.finish();
-    return outcome && polkit_authorization_result_get_is_authorized(outcome.get()) != FALSE;
+    if (!outcome) {
+        return PasswordVerdict::None;
+    }
+    return polkit_authorization_result_get_is_authorized(outcome.get()) != FALSE ? PasswordVerdict::Right
+                                                                                 : PasswordVerdict::Wrong;
 }
 
 } // namespace platform

@@ -4,12 +4,10 @@
 
 #include <QCoreApplication>
 #include <QEventLoop>
-#include <exception>
 #include <memory>
 #include <mutex>
 #include <system_error>
 #include <thread>
-#include <utility>
 
 namespace platform {
 
@@ -20,12 +18,10 @@ struct Rendezvous {
     std::mutex mutex;
     QEventLoop* loop = nullptr; // of whoever still waits
     bool isDone = false;
-    std::exception_ptr failure = nullptr;
 
-    void finish(std::exception_ptr thrown) {
+    void finish() {
         std::lock_guard lock(mutex);
         isDone = true;
-        failure = std::move(thrown);
         if (loop) {
             // Queued, so that it counts also before the loop runs.
             QMetaObject::invokeMethod(loop, &QEventLoop::quit, Qt::QueuedConnection);
@@ -45,13 +41,8 @@ bool waitPatiently(const std::function<void()>& work) {
     rendezvous->loop = &loop;
     try {
         std::thread([rendezvous, work] {
-            std::exception_ptr failure;
-            try {
-                work();
-            } catch (...) {
-                failure = std::current_exception();
-            }
-            rendezvous->finish(failure);
+            work();
+            rendezvous->finish();
         }).detach();
     } catch (const std::system_error&) {
         work(); // without a thread there is only this one
@@ -60,9 +51,6 @@ bool waitPatiently(const std::function<void()>& work) {
     loop.exec(QEventLoop::ExcludeUserInputEvents);
     std::lock_guard lock(rendezvous->mutex);
     rendezvous->loop = nullptr;
-    if (rendezvous->failure) {
-        std::rethrow_exception(rendezvous->failure);
-    }
     return rendezvous->isDone;
 }
 

@@ -84,6 +84,13 @@ class Driver:
         return sorted(path.name for path in (self.folder / "fd").iterdir())
 
     def memory_holds(self, text):
+        while True:
+            try:
+                return self._memory_holds(text)
+            except OSError:
+                pass  # some of it has gone since it was listed
+
+    def _memory_holds(self, text):
         with open(self.folder / "maps") as maps, open(self.folder / "mem", "rb", buffering=0) as memory:
             for line in maps:
                 span, rights = line.split()[:2]

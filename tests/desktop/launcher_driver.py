@@ -256,8 +256,14 @@ class Launcher:
 
     def window(self):
         """The X window of the panel, once it is on the screen."""
-        return xdotool("search", "--sync", "--all", "--onlyvisible", "--pid", self.process.pid,
-                       "--name", "^Launcher$").splitlines()[0]
+        def found():
+            try:
+                return xdotool("search", "--all", "--onlyvisible", "--pid", self.process.pid,
+                               "--name", "^Launcher$")
+            except subprocess.CalledProcessError:
+                return None  # not yet, or a window went away while it was looked at
+
+        return wait_until(found, "the panel's window").splitlines()[0]
 
     def press(self, *keys):
         """Types into the panel: press("ctrl+q")."""

@@ -210,7 +210,8 @@ TEST_F(Purgel, ToolsAreStartedWithRightsAndNotWaitedFor) {
     controller->cancelPurgel();
     finish();
     EXPECT_THAT(authorization->events,
-                ElementsAre("privilegedReference", "create", "copyRights",
+                ElementsAre("privilegedReference", "create",
+                            "askForRights for " + executable("Kelvandor/Purgel.app"),
                             "execute " + executable("Kelvandor/Purgel.app"), "execute /usr/bin/killall"));
     for (const auto& run : authorization->runs) {
         EXPECT_FALSE(run.waitsForEnd);
@@ -225,7 +226,7 @@ TEST_F(Purgel, WithoutItsExecutableNobodyIsAskedForRights) {
     }());
     awakeWithPurgel();
     run();
-    EXPECT_THAT(authorization->events, testing::Not(Contains("copyRights")));
+    EXPECT_THAT(authorization->events, testing::Not(Contains(testing::HasSubstr("Rights"))));
     EXPECT_EQ(logged().back(), "Error: authorization failed or application cannot be found");
     EXPECT_EQ(progressPanel.begun, 0);
 }

@@ -5,6 +5,7 @@ import plistlib
 import re
 import signal
 import sys
+import time
 import unittest
 
 from gi.repository import GLib
@@ -79,7 +80,9 @@ class ManagerTest(ShortcutTest):
         process = int(wait_until(lambda: note.exists() and note.read_text(encoding="ascii").strip(),
                                  "the manager at work"))
         self.addCleanup(os.kill, process, signal.SIGKILL)
+        begin = time.monotonic()
         wait_until(lambda: not self.edits(), "the edit ended")
+        self.assertLess(time.monotonic() - begin, 20)  # ten for the manager, five to give up
         self.assertTrue(os.path.exists(f"/proc/{process}"))
         self.assertEqual(self.shown()[0], "Cmd+K")
         self.launcher.press("ctrl+q")

@@ -62,7 +62,8 @@ void VTShortcutKeyTableview::updateEditorGeometries() {
     VTAlternateBlackTableView::updateEditorGeometries();
     const auto index = model() ? model()->index(selectedRow(), ShortcutModel::ShortcutKey) : QModelIndex();
     auto* editor = index.isValid() ? indexWidget(index) : nullptr;
-    if (editor && !viewport()->rect().contains(visualRect(index))) {
+    const auto row = visualRect(index);
+    if (editor && (row.top() < 0 || row.bottom() >= viewport()->height())) {
         closeEditor(editor, QAbstractItemDelegate::NoHint);
     }
 }

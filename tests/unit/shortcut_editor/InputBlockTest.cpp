@@ -64,7 +64,8 @@ TEST_F(InputBlockTest, WaitingTakesNoInputAndKeepsNoneForLater) {
                 qApp,
                 [&] {
                     loopRan = true;
-                    EXPECT_TRUE(QGuiApplication::overrideCursor());
+                    const auto* cursor = QGuiApplication::overrideCursor();
+                    EXPECT_TRUE(cursor && cursor->shape() == Qt::BusyCursor);
                     QTest::keyClick(&widget, Qt::Key_K);
                     QTest::mouseClick(&widget, Qt::LeftButton);
                 },

@@ -135,6 +135,9 @@ class GuardTest(ControllerTest):
     rules = GRANTED_BY_RULE
 
     def test_refuses_system_folders(self):
+        tools = "rm", "mv", "cp", "mkdir"
+        for name in tools:  # should anything get through
+            self.tools.stand_in_for(self, f"/usr/bin/{name}")
         for command, verb in (("remove", "delete path"), ("trash", "trash path"), ("move", "move path"),
                               ("trashContents", "trash folder contents of path"),
                               ("moveContents", "move contents of path")):
@@ -144,7 +147,13 @@ class GuardTest(ControllerTest):
                                  f"Unable to {verb} {path} because it is a system directory.")
         self.assertEqual(self.driver.ask("isHeld"), 0)  # nobody was asked either
         self.assertEqual(self.driver.ask("remove", "/usr"), 0)  # the helper alone knows this one
-        self.assertTrue(os.path.isdir("/usr/bin"))
+        self.assertEqual([self.tools.record(name) for name in tools], [None] * len(tools))
+        # The helper takes them for tools, so there would be a record.
+        item = self.add("item")
+        self.assertEqual(self.driver.ask("remove", item), 1)
+        self.wait_for(lambda: self.tools.record("rm"))
+        self.assertEqual(self.driver.ask("move", item, self.place / "moved"), 1)
+        self.wait_for(lambda: self.tools.record("mv"))
 
 
 class RefusedTest(ControllerTest):

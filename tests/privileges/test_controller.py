@@ -233,7 +233,7 @@ class ExpiryTest(ControllerTest):
         self.assert_expired(["Unable to authorize"])
 
 
-class SessionTest(ControllerTest):
+class AgentTest(ControllerTest):
     """With the agent of a desktop."""
 
     def setUp(self):
@@ -242,6 +242,8 @@ class SessionTest(ControllerTest):
         self.session.take_in(self.driver.process.pid)
         self.session.start_agent()
 
+
+class SessionTest(AgentTest):
     def test_asks_once_and_names_the_tool(self):
         self.assertEqual(self.driver.ask("exec", "end", self.tool, "one"), 0)
         question = self.session.question()
@@ -264,6 +266,27 @@ class SessionTest(ControllerTest):
         self.assertEqual(self.driver.ask("exec", "end", self.tool), 0)
         self.assertEqual(self.session.question()["message"], f"{MESSAGE} {self.tool}")
         self.assertEqual(self.driver.ask("isHeld"), 1)
+
+
+class UnkeptTest(AgentTest):
+    """Where a rule keeps polkit from keeping the right."""
+
+    rules = GRANTED_BY_RULE.replace("Result.YES", "Result.AUTH_ADMIN")
+
+    def test_asks_for_each_run(self):
+        for_right, for_run = f"{MESSAGE} {self.tool}", f"{MESSAGE} {self.tool} word"
+        for questions in ((for_right, for_right, for_run), (for_right, for_run)):
+            self.assertEqual(self.driver.ask("exec", "end", self.tool, "word"), 0)
+            for question in questions:
+                self.assertEqual(self.session.question()["message"], question)
+            self.assertFalse(self.session.was_asked())
+
+    def test_runs_nothing_by_a_password_given_before(self):
+        self.assertEqual(self.start_with(PASSWORD), 1)
+        self.assertEqual(self.driver.ask("exec", "end", self.tool), NOT_AUTHORIZED)
+        self.assertEqual(self.driver.ask("isHeld"), 0)
+        self.assertIsNone(self.tools.record("recorder"))
+        self.assertFalse(self.session.was_asked())
 
 
 if __name__ == "__main__":

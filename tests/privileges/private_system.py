@@ -107,7 +107,7 @@ def _lay_over(folder, world):
     run("mount", "-t", "overlay", "overlay", "-o", f"lowerdir={folder},upperdir={upper},workdir={work}", folder)
 
 
-def _set_up(build, driver):
+def _set_up():
     run("mount", "-t", "tmpfs", "-o", "mode=755", "tmpfs", "/run")
     run("mount", "-t", "tmpfs", "-o", "mode=755", "tmpfs", "/home")
     world = pathlib.Path("/run/world")
@@ -120,17 +120,21 @@ def _set_up(build, driver):
     run("chpasswd", input=f"{ADMINISTRATOR}:{PASSWORD}\n".encode())
     # The bus would start it by itself.
     pathlib.Path("/usr/share/dbus-1/system-services/org.freedesktop.PolicyKit1.service").unlink()
+
+
+def _install(build, driver):
     environment = {name: value for name, value in os.environ.items() if name != "DESTDIR"}
-    run("cmake", "--install", build, "--component", "administrator-rights", env=environment)
+    subprocess.run(["cmake", "--install", build, "--component", "administrator-rights"], check=True, env=environment)
     shutil.copy(driver, DRIVER)
     os.chmod(DRIVER, 0o755)
 
 
 def _inside(build, driver, *words):
     try:
-        _set_up(build, driver)
+        _set_up()
     except (subprocess.CalledProcessError, OSError) as failure:
         skip(f"no machine of the test's own: {failure} {getattr(failure, 'output', b'') or b''}")
+    _install(build, driver)
     for name in ("DBUS_SYSTEM_BUS_ADDRESS", "DBUS_SESSION_BUS_ADDRESS", "PKEXEC_UID", "SUDO_UID"):
         os.environ.pop(name, None)
     return subprocess.run([sys.executable, *words], env=os.environ | {"PRIVATE_SYSTEM": "yes"}).returncode

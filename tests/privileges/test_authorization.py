@@ -3,6 +3,7 @@
 import os
 import pwd
 import resource
+import time
 import unittest
 
 from agent import Agent, Session
@@ -41,6 +42,30 @@ class AuthorizationTest(unittest.TestCase):
         self.tools.forget("recorder")
         self.assertEqual(self.driver.run(self.tool, *arguments, **options), status)
         self.assertIsNone(self.tools.record("recorder"))
+
+    def take_all_places(self):
+        """By eight tools that nobody waits for, and that wait for a line from the gate each."""
+        gate, log = self.tools.path / "gate", self.tools.path / "log"
+        os.mkfifo(gate)
+        log.touch()
+        waiting = self.tools.add("waiting", f"#!/bin/sh\necho start >>{log}\nread line <{gate}\necho end >>{log}\n")
+        for _ in range(8):
+            self.assertEqual(self.driver.run(waiting, until="start"), 0)
+        wait_until(lambda: log.read_text().split() == ["start"] * 8, "eight starts")
+        return waiting, gate, log
+
+    def send_the_ninth(self, tool):
+        wait_until(lambda: len(self.driver.children()) == 8, "the end of all others")
+        self.driver.send("run", "start", "no", tool)
+
+        def has_decided():
+            """The ninth waits for its turn, or is started."""
+            call = (self.driver.folder / "syscall").read_text().split()[0]
+            return call == "202" or len(self.driver.children()) > 8  # futex
+
+        wait_until(has_decided, "the ninth")
+        self.assertFalse(self.driver.answers_now())
+        self.assertEqual(len(self.driver.children()), 8)
 
 
 class GrantedTest(AuthorizationTest):
@@ -145,25 +170,9 @@ class GrantedTest(AuthorizationTest):
 
     def test_runs_eight_at_a_time(self):
         self.assertEqual(self.driver.ask("rights"), 0)
-        gate = self.tools.path / "gate"
-        os.mkfifo(gate)
-        log = self.tools.path / "log"
-        log.touch()
-        waiting = self.tools.add("waiting", f"#!/bin/sh\necho start >>{log}\nread line <{gate}\necho end >>{log}\n")
-        for _ in range(8):
-            self.assertEqual(self.driver.run(waiting, until="start"), 0)
-        wait_until(lambda: log.read_text().split() == ["start"] * 8, "eight starts")
+        waiting, gate, log = self.take_all_places()
         self.assert_runs(until="end")  # what is waited for takes no place
-        self.driver.send("run", "start", "no", waiting)
-
-        def has_decided():
-            """The ninth waits for its turn, or is started."""
-            call = (self.driver.folder / "syscall").read_text().split()[0]
-            return call == "202" or len(self.driver.children()) > 8  # futex
-
-        wait_until(has_decided, "the ninth")
-        self.assertFalse(self.driver.answers_now())
-        self.assertEqual(len(self.driver.children()), 8)
+        self.send_the_ninth(waiting)
         with open(gate, "w") as lines:
             lines.write("\n" * 9)
             lines.flush()
@@ -206,7 +215,9 @@ class GrantedTest(AuthorizationTest):
 
     def test_gives_up_on_a_polkit_that_does_not_answer(self):
         Polkit.freeze()
+        start = time.monotonic()
         self.assertEqual(self.driver.ask("create"), UNAVAILABLE)
+        self.assertLess(time.monotonic() - start, 30)
 
     def test_survives_the_end_of_the_bus(self):
         self.assertEqual(self.driver.rights_with_password(), 0)
@@ -429,6 +440,20 @@ class SessionTest(AuthorizationTest):
         self.assertEqual(question["message"], f"{MESSAGE} {self.tool}")  # what arguments are called says nothing
         self.assertEqual(question["details"]["polkit.subject-pid"], str(self.driver.process.pid))
         self.assertFalse(self.session.was_asked())
+
+    def test_asks_nobody_when_the_right_lapses_while_a_place_is_waited_for(self):
+        self.assertEqual(self.driver.ask("rights"), 0)
+        self.session.question()
+        _, gate, _ = self.take_all_places()
+        self.send_the_ninth(self.tool)
+        self.session.ask_polkit("RevokeTemporaryAuthorizations")
+        with open(gate, "w") as lines:
+            lines.write("\n" * 8)
+            lines.flush()
+            self.assertEqual(self.driver.answer(), DENIED)
+            wait_until(lambda: not self.driver.children(), "the end of all children")
+        self.assertFalse(self.session.was_asked())
+        self.assertIsNone(self.tools.record("recorder"))
 
     def test_names_the_tool_and_runs_none(self):
         self.assertEqual(self.driver.ask("rights", self.tool), 0)

@@ -135,6 +135,9 @@ class GuardTest(ControllerTest):
     rules = GRANTED_BY_RULE
 
     def test_refuses_system_folders(self):
+        tools = "rm", "mv", "cp", "mkdir"
+        for name in tools:  # should anything get through
+            self.tools.stand_in_for(self, f"/usr/bin/{name}")
         for command, verb in (("remove", "delete path"), ("trash", "trash path"), ("move", "move path"),
                               ("trashContents", "trash folder contents of path"),
                               ("moveContents", "move contents of path")):
@@ -144,7 +147,13 @@ class GuardTest(ControllerTest):
                                  f"Unable to {verb} {path} because it is a system directory.")
         self.assertEqual(self.driver.ask("isHeld"), 0)  # nobody was asked either
         self.assertEqual(self.driver.ask("remove", "/usr"), 0)  # the helper alone knows this one
-        self.assertTrue(os.path.isdir("/usr/bin"))
+        self.assertEqual([self.tools.record(name) for name in tools], [None] * len(tools))
+        # The helper takes them for tools, so there would be a record.
+        item = self.add("item")
+        self.assertEqual(self.driver.ask("remove", item), 1)
+        self.wait_for(lambda: self.tools.record("rm"))
+        self.assertEqual(self.driver.ask("move", item, self.place / "moved"), 1)
+        self.wait_for(lambda: self.tools.record("mv"))
 
 
 class RefusedTest(ControllerTest):
@@ -224,7 +233,7 @@ class ExpiryTest(ControllerTest):
         self.assert_expired(["Unable to authorize"])
 
 
-class SessionTest(ControllerTest):
+class AgentTest(ControllerTest):
     """With the agent of a desktop."""
 
     def setUp(self):
@@ -233,6 +242,8 @@ class SessionTest(ControllerTest):
         self.session.take_in(self.driver.process.pid)
         self.session.start_agent()
 
+
+class SessionTest(AgentTest):
     def test_asks_once_and_names_the_tool(self):
         self.assertEqual(self.driver.ask("exec", "end", self.tool, "one"), 0)
         question = self.session.question()
@@ -255,6 +266,27 @@ class SessionTest(ControllerTest):
         self.assertEqual(self.driver.ask("exec", "end", self.tool), 0)
         self.assertEqual(self.session.question()["message"], f"{MESSAGE} {self.tool}")
         self.assertEqual(self.driver.ask("isHeld"), 1)
+
+
+class UnkeptTest(AgentTest):
+    """Where a rule keeps polkit from keeping the right."""
+
+    rules = GRANTED_BY_RULE.replace("Result.YES", "Result.AUTH_ADMIN")
+
+    def test_asks_for_each_run(self):
+        for_right, for_run = f"{MESSAGE} {self.tool}", f"{MESSAGE} {self.tool} word"
+        for questions in ((for_right, for_right, for_run), (for_right, for_run)):
+            self.assertEqual(self.driver.ask("exec", "end", self.tool, "word"), 0)
+            for question in questions:
+                self.assertEqual(self.session.question()["message"], question)
+            self.assertFalse(self.session.was_asked())
+
+    def test_runs_nothing_by_a_password_given_before(self):
+        self.assertEqual(self.start_with(PASSWORD), 1)
+        self.assertEqual(self.driver.ask("exec", "end", self.tool), NOT_AUTHORIZED)
+        self.assertEqual(self.driver.ask("isHeld"), 0)
+        self.assertIsNone(self.tools.record("recorder"))
+        self.assertFalse(self.session.was_asked())
 
 
 if __name__ == "__main__":

@@ -283,9 +283,11 @@ class SurroundingsTest(HelperTest):
         self.assertEqual(self.helper(PYTHON, "-I", "-c", code, preexec_fn=spoil).stdout, b"True\n")
 
     def test_gives_resources_and_priority_as_they_are_by_default(self):
-        limits = {"FSIZE": 1000, "CPU": 1000, "NPROC": 1000, "AS": 2 << 30, "NOFILE": 100, "STACK": 4 << 20}
-        numbers = {name: getattr(resource, f"RLIMIT_{name}") for name in limits}
+        limits = {"FSIZE": 1000, "CPU": 1000, "NPROC": 1000, "AS": 2 << 30, "NOFILE": 100, "STACK": 4 << 20,
+                  "MEMLOCK": 4096, "SIGPENDING": 100, "MSGQUEUE": 4096, "RTTIME": 1_000_000}
+        numbers = {name: getattr(resource, f"RLIMIT_{name}") for name in (*limits, "RTPRIO", "NICE")}
         highest = {name: resource.getrlimit(number)[1] for name, number in numbers.items()}
+        limits |= {name: highest[name] for name in ("RTPRIO", "NICE")}  # which may be none at all
 
         def starve():
             for name, limit in limits.items():
@@ -298,6 +300,9 @@ class SurroundingsTest(HelperTest):
                 f" for name, number in {numbers}.items()}}))")
         found = json.loads(self.helper(PYTHON, "-I", "-c", code, preexec_fn=starve).stdout)
         self.assertEqual((found.pop("NOFILE"), found.pop("STACK")), (1024, 8 << 20))
+        self.assertEqual((found.pop("RTPRIO"), found.pop("NICE")), (0, 0))
+        for name, limit in {"MEMLOCK": 8 << 20, "MSGQUEUE": 819200}.items():
+            self.assertIn(found.pop(name), (limit, highest[name]), name)
         for name, limit in found.items():
             self.assertIn(limit, (resource.RLIM_INFINITY, highest[name]), name)
         code = "import os; print(os.nice(0))"

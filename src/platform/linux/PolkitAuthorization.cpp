@@ -223,6 +223,8 @@ Status PolkitAuthorization::execute(AuthorizationReference& reference, const std
     }
     mayAsk = mayAsk && !rights.hasCredentials;
     return wait([tools = tools_, tool, arguments, waitsForEnd, mayAsk] {
+        // Before polkit is asked, for a right may lapse while a place is waited for.
+        auto place = waitsForEnd ? nullptr : tools->takePlace();
         const auto answer = askPolkit();
         if (!answer || !PrivilegedTools::isInstalled()) {
             return kUnavailable;
@@ -237,8 +239,7 @@ Status PolkitAuthorization::execute(AuthorizationReference& reference, const std
                 return status;
             }
         }
-        using Until = PrivilegedTools::Until;
-        return statusOf(tools->run(tool, arguments, waitsForEnd ? Until::OutputEnds : Until::Start, mustAsk));
+        return statusOf(PrivilegedTools::run(tool, arguments, std::move(place), mustAsk));
     });
 }
 

@@ -16,8 +16,11 @@ namespace platform {
 // itself, and until then serves nobody: a new request puts its question all the same.
 //
 // Where a rule grants the action without a question, credentials are not looked at. No question shows a
-// tool's arguments, which could make it say anything; but where a rule keeps rights from being kept, each run
-// puts a second question, and that one is pkexec's own and does.
+// tool's arguments, which could make it say anything.
+//
+// Where a rule keeps rights from being kept, each run that may ask puts two questions, whatever
+// `askForRights` has asked before: the second is pkexec's own and does show the arguments. Right credentials
+// are accepted there by `copyRights`, but `execute` runs nothing by them.
 class PolkitAuthorization : public Authorization {
 public:
     // `kUnavailable`: no polkit, no pkexec, no helper, or none that answers.

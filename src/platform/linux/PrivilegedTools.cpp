@@ -89,19 +89,19 @@ PrivilegedTools::Outcome PrivilegedTools::authorize(Subject subject, const std::
     return isAuthorized ? Outcome::Started : outcomeOf(status);
 }
 
+PrivilegedTools::Place PrivilegedTools::takePlace() {
+    places_->acquire();
+    return {places_.get(), [places = places_](void*) { places->release(); }};
+}
+
 PrivilegedTools::Outcome PrivilegedTools::run(const std::string& tool,
-                                              const std::vector<std::string>& arguments, Until until,
+                                              const std::vector<std::string>& arguments, Place place,
                                               bool mayBeAskedFor) {
     auto words = commandLine();
     words.push_back(toolPath(tool));
     words.insert(words.end(), arguments.begin(), arguments.end());
     if (std::ranges::any_of(words, [](const auto& word) { return word.find('\0') != word.npos; })) {
         return Outcome::NotStarted;
-    }
-    std::shared_ptr<void> place; // given back when it goes
-    if (until == Until::Start) {
-        places_->acquire();
-        place.reset(places_.get(), [places = places_](void*) { places->release(); });
     }
     const auto child = start(words);
     if (!child) {
@@ -120,7 +120,7 @@ PrivilegedTools::Outcome PrivilegedTools::run(const std::string& tool,
         }
         return outcomeOf(status);
     }
-    if (until == Until::OutputEnds) {
+    if (!place) {
         readToItsEnd(*output);
         if (!child->waitForEnd(Clock::now())) {
             collectInBackground(child);

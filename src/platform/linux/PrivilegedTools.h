@@ -10,7 +10,7 @@ namespace platform {
 
 // Runs tools as root: pkexec, as a direct child of this process, becomes our helper, which becomes the tool.
 // What they write is thrown away, and their ends are collected, in the background if need be. At most eight
-// run that nobody waits for; whoever starts a ninth waits until one of them has ended.
+// run that nobody waits for, each in a place of its own.
 class PrivilegedTools {
 public:
     enum class Outcome {
@@ -20,12 +20,19 @@ public:
         NotStarted,    // refused by the helper, or could not be started
     };
 
-    enum class Until { Start, OutputEnds };
+    // Is given back when it goes.
+    using Place = std::shared_ptr<void>;
 
+    // Waits until there is one, as long as it takes.
+    Place takePlace();
+
+    // Returns when the tool has started, which keeps the place until it ends; without a place, when its
+    // output ends.
+    //
     // `mayBeAskedFor`: the user may be asked meanwhile, and is waited for. Otherwise what has not started
     // within a minute does not start any more.
-    Outcome run(const std::string& tool, const std::vector<std::string>& arguments, Until until,
-                bool mayBeAskedFor);
+    static Outcome run(const std::string& tool, const std::vector<std::string>& arguments, Place place,
+                       bool mayBeAskedFor);
 
     enum class Subject { ThisProcess, Child };
 

@@ -70,11 +70,16 @@ void tidyLimits() {
     };
     constexpr rlimit kNone{RLIM_INFINITY, RLIM_INFINITY};
     constexpr rlim_t kStack = 8 << 20;
+    constexpr rlim_t kLockedMemory = 8 << 20;
+    constexpr rlim_t kMessageQueues = 819200;
     for (auto [resource, values] :
          {Limit{RLIMIT_CPU, kNone}, Limit{RLIMIT_FSIZE, kNone}, Limit{RLIMIT_DATA, kNone},
           Limit{RLIMIT_RSS, kNone}, Limit{RLIMIT_AS, kNone}, Limit{RLIMIT_LOCKS, kNone},
           Limit{RLIMIT_NPROC, kNone}, Limit{RLIMIT_CORE, {0, RLIM_INFINITY}},
-          Limit{RLIMIT_STACK, {kStack, RLIM_INFINITY}}, Limit{RLIMIT_NOFILE, {1024, 4096}}}) {
+          Limit{RLIMIT_STACK, {kStack, RLIM_INFINITY}}, Limit{RLIMIT_NOFILE, {1024, 4096}},
+          Limit{RLIMIT_MEMLOCK, {kLockedMemory, kLockedMemory}}, Limit{RLIMIT_SIGPENDING, kNone},
+          Limit{RLIMIT_MSGQUEUE, {kMessageQueues, kMessageQueues}}, Limit{RLIMIT_RTPRIO, {0, 0}},
+          Limit{RLIMIT_RTTIME, kNone}, Limit{RLIMIT_NICE, {0, 0}}}) {
         if (::setrlimit(resource, &values) == 0) {
             continue;
         }

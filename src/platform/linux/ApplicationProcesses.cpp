@@ -15,6 +15,7 @@
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace platform {
@@ -131,16 +132,19 @@ bool interprets(const std::string& executable, const std::string& calledAs, cons
 
 std::optional<std::string> bundleOfScript(const ProcessFolder& process, const std::string& executable) {
     auto words = process.arguments();
+    bool isFirst = true;
     for (std::size_t i = 1; i < words.size(); ++i) {
         auto path = words[i];
         if (path.starts_with('-') || path.empty()) {
             continue;
         }
+        const bool mayBeLink = std::exchange(isFirst, false);
         if (!path.starts_with('/')) {
             path.insert(0, process.link("cwd").value_or("") + '/');
         }
-        // Most arguments are no paths at all: resolving is left to those that may lead somewhere.
-        if (path.find("MacOS/") == std::string::npos) {
+        // The script as a rule is the first word, and may be a link that lies anywhere. Most others are no
+        // paths at all: of them only those are resolved that look as if they led somewhere.
+        if (!mayBeLink && path.find("MacOS/") == std::string::npos) {
             continue;
         }
         auto script = resolvedPath(path);

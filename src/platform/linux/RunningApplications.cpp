@@ -16,6 +16,7 @@
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 namespace platform {
 
@@ -30,6 +31,28 @@ constexpr std::chrono::milliseconds kGraceLook{10};
 
 FileDescriptor openProcess(pid_t process) {
     return FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
+}
+
+// The program's process and a handle of it; without a handle it does not run, and `error` says why.
+std::pair<pid_t, FileDescriptor> start(const DetachedProgram& program, std::error_code& error) {
+    // Keeps the handle's place: without one nobody would notice the program's end.
+    auto handle = openProcess(::getpid());
+    if (!handle) {
+        error = lastError();
+        return {};
+    }
+    const auto process = program.start(error);
+    handle.reset();
+    if (process == 0) {
+        return {};
+    }
+    handle = openProcess(process);
+    if (!handle) { // another thread took the last descriptor in this very moment
+        error = lastError();
+        ::kill(process, SIGKILL);
+        retrying([&] { return ::waitpid(process, nullptr, 0); });
+    }
+    return {process, std::move(handle)};
 }
 
 bool hasEnded(const FileDescriptor& process) {
@@ -82,16 +105,14 @@ bool RunningApplications::open(const std::string& bundlePath, const std::vector<
                                 .arguments = arguments,
                                 .environment = environment,
                                 .workingDirectory = home && resolvedPath(*home) ? *home : "/"};
-        auto process = program.start(error);
-        auto descriptor = process != 0 ? openProcess(process) : FileDescriptor();
-        if (descriptor) {
-            application.processes.emplace(process, std::move(descriptor));
+        if (auto [process, handle] = start(program, error); handle) {
+            application.processes.emplace(process, std::move(handle));
             application.alone.reset();
             children_.insert(process);
             wake();
             return true;
         }
-        problem = *executable + ": " + (process != 0 ? lastError() : error).message();
+        problem = *executable + ": " + error.message();
     }
     current().consoleLog->log("Unable to start " + bundlePath + ": " + problem);
     if (application.processes.empty()) { // else the end of the last ones is about to be noticed

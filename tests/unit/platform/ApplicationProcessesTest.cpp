@@ -62,6 +62,20 @@ TEST(ApplicationProcesses, AScriptRunsInItsBundleWhereverItWasStarted) {
     EXPECT_EQ(bundleOnceKnown(Process({"sh", "../MacOS/./Script"}, bundle + "/Contents/MacOS").id()), bundle);
 }
 
+TEST(ApplicationProcesses, AScriptRunsInItsBundleWhenALinkElsewhereStartedIt) {
+    const auto bundle = toolbundle::makeWaiting("Linked");
+    const auto folder = sandbox::home() + "/bin";
+    sandbox::makeFolder(folder);
+    std::filesystem::create_symlink(bundle + "/Contents/MacOS/Linked", folder + "/tool");
+    EXPECT_EQ(bundleOnceKnown(Process({folder + "/tool"}).id()), bundle);
+    EXPECT_EQ(bundleOnceKnown(Process({"./tool", "word"}, folder).id()), bundle);
+    EXPECT_EQ(bundleOnceKnown(Process({"bash", "-e", "tool"}, folder).id()), bundle);
+
+    Process reader({"tail", "-f", folder + "/tool"});
+    waitForProgram(reader.id(), "tail");
+    EXPECT_EQ(bundleOfProcess(reader.id()), std::nullopt);
+}
+
 TEST(ApplicationProcesses, TheInterpreterMayBeAnyThatTheScriptNames) {
     const auto text = "import sys\nopen(sys.argv[0].split('/Contents/')[0] + '/gate').read()\n";
     const auto named = toolbundle::make("Named", std::string("#!/usr/bin/python3 -I\n") + text);

@@ -1,17 +1,24 @@
 #include "linux/RunningApplications.h"
 
+#include "Platform.h"
 #include "TestSandbox.h"
 #include "ToolBundle.h"
+#include "linux/FileDescriptor.h"
 #include "linux/LaunchEnvironment.h"
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <poll.h>
 #include <set>
 #include <sstream>
+#include <sys/resource.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -41,6 +48,11 @@ protected:
         }
         return bundles;
     }
+    // How long after `ended` the last of the ends was reported.
+    std::chrono::steady_clock::duration delaySince(std::chrono::steady_clock::time_point ended) {
+        std::lock_guard lock(mutex);
+        return reportedAt - ended;
+    }
     std::size_t reported() {
         std::lock_guard lock(mutex);
         return reports.size();
@@ -49,13 +61,16 @@ protected:
     std::mutex mutex;
     std::condition_variable changed;
     std::vector<RunningApplication> reports;
+    std::chrono::steady_clock::time_point reportedAt;
     std::function<void()> onReport = [] {};
     RunningApplications running{[this](const RunningApplication& ended) {
         if (!ended.bundlePath.starts_with(sandbox::root())) {
             return; // other tests start applications too
         }
+        const auto now = std::chrono::steady_clock::now();
         onReport();
         std::lock_guard lock(mutex);
+        reportedAt = now;
         reports.push_back(ended);
         changed.notify_all();
     }};
@@ -87,6 +102,31 @@ bool isReal(pid_t process) {
     return std::filesystem::read_symlink("/proc/" + std::to_string(process) + "/exe", error).filename() ==
            "real";
 }
+
+// Of several delays, so that a moment in which the machine is busy does not count.
+constexpr std::size_t kEnds = 9;
+constexpr std::chrono::milliseconds kSoon{250};
+
+std::chrono::milliseconds median(std::vector<std::chrono::steady_clock::duration> delays) {
+    std::ranges::sort(delays);
+    return std::chrono::ceil<std::chrono::milliseconds>(delays.at(delays.size() / 2));
+}
+
+void waitForEnd(const platform::FileDescriptor& process) {
+    pollfd end{.fd = process.get(), .events = POLLIN, .revents = 0};
+    ASSERT_EQ(::poll(&end, 1, -1), 1);
+}
+
+// Leaves no descriptor to whoever asks for the home folder, as happens just before a program is started.
+struct UsersWhoTakeAllDescriptors : FakeUsers {
+    std::optional<std::string> homeDirectory() override {
+        for (int descriptor = 0; (descriptor = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0)) >= 0;) {
+            taken.emplace_back(descriptor);
+        }
+        return FakeUsers::homeDirectory();
+    }
+    std::vector<platform::FileDescriptor> taken;
+};
 
 bool hasChildren() {
     return ::waitpid(-1, nullptr, WNOHANG) != -1;
@@ -191,6 +231,59 @@ TEST_F(RunningApplicationsTest, EndsWithItsLastProcess) {
     toolbundle::finish(bundle);
     EXPECT_THAT(ends(1), ElementsAre(bundle));
     EXPECT_FALSE(tooEarly);
+}
+
+TEST_F(RunningApplicationsTest, TheEndOfOneThatWasOpenedIsToldSoon) {
+    const auto bundle = toolbundle::makeWaiting("Opened");
+    std::vector<std::chrono::steady_clock::duration> delays;
+    for (std::size_t i = 1; i <= kEnds; ++i) {
+        ASSERT_TRUE(open(bundle));
+        const auto process = running.processesIn(bundle).at(0);
+        const platform::FileDescriptor handle(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
+        ASSERT_TRUE(handle);
+        toolbundle::finish(bundle);
+        waitForEnd(handle);
+        const auto ended = std::chrono::steady_clock::now();
+        ends(i);
+        delays.push_back(delaySince(ended));
+    }
+    EXPECT_LT(median(delays), kSoon);
+}
+
+TEST_F(RunningApplicationsTest, TheEndOfOneThatSomebodyElseStartedIsToldSoon) {
+    const auto bundle = toolbundle::makeWaiting("Found");
+    running.setLooksForOthers(true);
+    std::vector<std::chrono::steady_clock::duration> delays;
+    for (std::size_t i = 1; i <= kEnds; ++i) {
+        toolbundle::Process process({bundle + "/Contents/MacOS/Found"});
+        waitUntil([&] { return isWatched(process.id()); });
+        toolbundle::finish(bundle);
+        EXPECT_TRUE(process.wait());
+        const auto ended = std::chrono::steady_clock::now();
+        ends(i);
+        delays.push_back(delaySince(ended));
+    }
+    EXPECT_LT(median(delays), kSoon);
+}
+
+TEST_F(RunningApplicationsTest, OneThatCouldNotBeWatchedIsNotStarted) {
+    const auto bundle = toolbundle::makeWaiting("Unwatched");
+    auto services = platform::current();
+    auto users = std::make_shared<UsersWhoTakeAllDescriptors>();
+    services.users = users;
+    platform::install(services);
+    rlimit allowed{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &allowed), 0);
+    allowed.rlim_cur = std::min<rlim_t>(allowed.rlim_cur, 256);
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &allowed), 0);
+
+    EXPECT_TRUE(open(bundle));
+    EXPECT_FALSE(hasChildren());
+    EXPECT_THAT(users->taken, Not(IsEmpty()));
+    users->taken.clear();
+    EXPECT_THAT(ends(1), ElementsAre(bundle));
+    EXPECT_THAT(sandbox::console().lines(), ElementsAre("Unable to start " + bundle + ": " + bundle +
+                                                        "/Contents/MacOS/Unwatched: Too many open files"));
 }
 
 TEST_F(RunningApplicationsTest, OneThatCannotBeStartedHasEnded) {

@@ -15,13 +15,13 @@ from private_system import PASSWORD, USER, run, wait_until
 
 
 class Agent:
-    def __init__(self, test, driver):
+    def __init__(self, test, process):
         user = pwd.getpwnam(USER)
         self._terminal, terminal = pty.openpty()
         os.chown(os.ttyname(terminal), user.pw_uid, user.pw_gid)
         ready, notice = os.pipe()
         self._process = subprocess.Popen(
-            ["pkttyagent", "--process", str(driver.process.pid), "--notify-fd", str(notice)],
+            ["pkttyagent", "--process", str(process), "--notify-fd", str(notice)],
             stdin=terminal, stdout=terminal, stderr=terminal, pass_fds=[notice], start_new_session=True, cwd="/",
             env={"PATH": "/usr/bin:/bin", "LANG": "C.UTF-8"},
             preexec_fn=lambda: fcntl.ioctl(0, termios.TIOCSCTTY, 0),
@@ -48,12 +48,21 @@ class Agent:
             raise AssertionError(f"no {until} in {text}")
         return text.decode()
 
-    def answer(self, password):
-        """Types it when it is asked for; the question."""
+    def question(self):
+        """The next one, which stays open."""
         question = self.transcript(b"Password: ")
         wait_until(lambda: not termios.tcgetattr(self._terminal)[3] & termios.ECHO, "a blind terminal")
+        return question
+
+    def type(self, password):
+        """Answers the open question."""
         os.write(self._terminal, password.encode() + b"\n")
         self.transcript(b"====\r\n\x1b[0m")  # the end of the colour, too
+
+    def answer(self, password):
+        """Types it when it is asked for; the question."""
+        question = self.question()
+        self.type(password)
         return question
 
 

@@ -349,7 +349,7 @@ class AgentTest(AuthorizationTest):
 
     def setUp(self):
         super().setUp()
-        self.agent = Agent(self, self.driver)
+        self.agent = Agent(self, self.driver.process.pid)
         self.assertEqual(self.driver.ask("create"), 0)
 
     def test_asks_once_and_holds(self):
@@ -374,7 +374,7 @@ class AgentTest(AuthorizationTest):
         self.assertEqual(self.driver.answer(), 0)
         self.agent.end()
         Polkit.start(self.rules)
-        self.agent = Agent(self, self.driver)
+        self.agent = Agent(self, self.driver.process.pid)
         self.assert_does_not_run(DENIED)
         self.assertEqual(self.agent.transcript(), "")
         self.driver.send("run", "end", "ask", self.tool, "word")

@@ -11,7 +11,8 @@ import sys
 import time
 import unittest
 
-from private_system import ACTION, USER, Bus, Polkit
+from agent import Agent
+from private_system import ACTION, ADMINISTRATOR, PASSWORD, USER, Bus, Polkit
 from user_session import WORLD, ask_root, run_as_user
 
 PRODUCT = WORLD / "product"
@@ -69,6 +70,33 @@ class Siblings:
             process.wait()
 
 
+class Asked:
+    """Whoever is asked by polkit for one process, and knows the administrator's password."""
+
+    _holder = unittest.TestCase()
+    _agent = None
+
+    @classmethod
+    def start(cls, process):
+        cls._agent = Agent(cls._holder, process)
+
+    @classmethod
+    def question(cls):
+        return cls._agent.question()
+
+    @classmethod
+    def answer(cls):
+        cls._agent.type(PASSWORD)
+
+    @classmethod
+    def transcript(cls):
+        return cls._agent.transcript()
+
+    @classmethod
+    def end(cls):
+        cls._holder.doCleanups()
+
+
 def end_tools():
     subprocess.run(["killall", "-q", "-KILL", "Purgel"], check=False)
 
@@ -84,7 +112,8 @@ def serve():
         __file__,
         {"polkit_answers": polkit_answers, "add_suite": add_suite, "start_siblings": Siblings.start,
          "siblings": Siblings.statuses, "end_siblings": Siblings.end, "end_tools": end_tools,
-         "signal": os.kill},
+         "start_agent": Asked.start, "question": Asked.question, "answer": Asked.answer,
+         "transcript": Asked.transcript, "end_agent": Asked.end, "signal": os.kill},
         {"LAUNCHER_PROGRAM": str(PRODUCT / "Launcher.app/Contents/MacOS/Launcher"),
          "LAUNCHER_SAMPLE_SUITE": str(SUITES / "sample"), "LAUNCHER_FAILURES": str(failures)})
     shutil.copytree(failures, os.environ["LAUNCHER_FAILURES"], dirs_exist_ok=True)
@@ -216,6 +245,35 @@ class PurgelRunTest(PurgelPanelTest):
         expected = {name: -signal.SIGTERM for name in SIBLINGS} | {"Bystander": None}
         wait_until(lambda: ask_root("siblings") == expected, "the end of the suite's processes alone")
         wait_until(lambda: not pathlib.Path(f"/proc/{process}").exists(), "the tool's end")
+        post_the_end()
+        self.assert_nothing_shows()
+
+    def test_asks_once_for_the_run_and_its_end(self):
+        suite = self.suite()
+        executable = f"{suite}/Applications/Kelvandor/Purgel.app/Contents/MacOS/Purgel"
+        ask_root("polkit_answers", "AUTH_ADMIN_KEEP")
+        ask_root("start_siblings")
+        self.addCleanup(ask_root, "end_siblings")
+        self.open_panel(root=suite)
+        ask_root("start_agent", self.launcher.process.pid)
+        self.addCleanup(ask_root, "end_agent")
+        self.confirm()
+        self.assertIn(ADMINISTRATOR, ask_root("question"))
+        # The panel can be worked with while the question is open.
+        wait_until(lambda: self.sheets() == [], "the panel without a sheet")
+        self.assertIn(("Sort by Group", False), self.launcher.menu_items("View"))
+        self.launcher.choose("View", "Sort by Group")
+        wait_until(lambda: ("Sort by Group", True) in self.launcher.menu_items("View"), "the other order")
+        self.assertEqual(roots_processes(executable), [])
+        self.assertEqual(ask_root("transcript"), "")
+        ask_root("answer")
+        [process] = wait_until(lambda: roots_processes(executable), f"root's process of {executable}")
+        self.wait_for_progress()
+        self.answer("Escape")
+        expected = {name: -signal.SIGTERM for name in SIBLINGS} | {"Bystander": None}
+        wait_until(lambda: ask_root("siblings") == expected, "the end of the suite's processes alone")
+        wait_until(lambda: not pathlib.Path(f"/proc/{process}").exists(), "the tool's end")
+        self.assertEqual(ask_root("transcript"), "", "no second question")
         post_the_end()
         self.assert_nothing_shows()
 

@@ -7,6 +7,7 @@
 
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScrollBar>
@@ -179,6 +180,12 @@ void VTAlternateBlackTableView::paintEvent(QPaintEvent* event) {
             drawFocus(painter);
     }
     QTableView::paintEvent(event);
+}
+
+// The base class reports those of all buttons.
+void VTAlternateBlackTableView::mouseDoubleClickEvent(QMouseEvent* event) {
+    if (event->button() == Qt::LeftButton)
+        QTableView::mouseDoubleClickEvent(event);
 }
 
 void VTAlternateBlackTableView::keyPressEvent(QKeyEvent* event) {

@@ -8,7 +8,8 @@ class ExpansionFrame;
 
 // The dark table: a soft grey band behind every other row, the selection across the whole row, and what
 // lies behind the table seen through the rest. One row at most is selected. Return and Enter are reported
-// by enterPressed(). Rows have one height, so that a long list scrolls as smoothly as a short one.
+// by enterPressed(), and by doubleClicked() double clicks of the left button alone. Rows have one height, so
+// that a long list scrolls as smoothly as a short one.
 //
 // Where the focus is, is always seen: as a line around the current row, or around an empty table.
 class VTAlternateBlackTableView : public QTableView {
@@ -62,6 +63,7 @@ protected:
 
     void initViewItemOption(QStyleOptionViewItem* option) const override;
     void paintEvent(QPaintEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void changeEvent(QEvent* event) override;
     void scrollContentsBy(int dx, int dy) override;

@@ -317,6 +317,21 @@ TEST_F(MainPanelTest, ADoubleClickLaunches) {
     EXPECT_THAT(sandbox::workspace().events(), testing::Contains("open " + applications() + "/2.app"));
 }
 
+TEST_F(MainPanelTest, ADoubleClickWithAnotherButtonLaunchesNothing) {
+    addTool("1.app", "A");
+    addTool("2.app", "B");
+    open();
+    int launches = 0;
+    QObject::connect(&table(), &QAbstractItemView::doubleClicked, panel.get(), [&launches] { ++launches; });
+    const auto cell = table().visualRect(table().model()->index(1, CatalogueModel::Title)).center();
+    for (auto button : {Qt::MiddleButton, Qt::RightButton, Qt::BackButton}) {
+        QTest::mouseClick(table().viewport(), button, {}, cell);
+        QTest::mouseDClick(table().viewport(), button, {}, cell);
+        EXPECT_EQ(launches, 0) << button;
+    }
+    EXPECT_THAT(sandbox::workspace().events(), IsEmpty());
+}
+
 TEST_F(MainPanelTest, ReturnLaunches) {
     addTool("1.app", "A");
     open();

@@ -4,6 +4,7 @@
 #include "GlobalPreferences.h"
 #include "Platform.h"
 #include "PropertyListSerialization.h"
+#include "VTException.h"
 #include "VTLocalPaths.h"
 #include "VTLog.h"
 #include "VTTaskEx.h"
@@ -79,7 +80,7 @@ void VTSoftwareUpdate::launchSoftwareUpdate() {
     }
 }
 
-void VTSoftwareUpdate::automaticallyCheckForUpdates() {
+void VTSoftwareUpdate::automaticallyCheckForUpdates() try {
     const auto path = updaterPath();
     if (!path) {
         VTLog::appendLogAndPrint(kNoPath);
@@ -96,4 +97,6 @@ void VTSoftwareUpdate::automaticallyCheckForUpdates() {
         return;
     }
     VTTaskEx::runTaskAndReturn(executable, {"-checkpath", ownPath()});
+} catch (const std::exception& exception) { // it would end the program: nothing else is on this thread
+    VTException::logException(exception, "+[VTSoftwareUpdate automaticallyCheckForUpdates]");
 }

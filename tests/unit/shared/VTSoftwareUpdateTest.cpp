@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <gmock/gmock.h>
+#include <new>
 #include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -162,6 +163,21 @@ TEST_F(VTSoftwareUpdateTest, WithoutAPlaceForTheCopyThereIsNoPath) {
         GTEST_SKIP() << "the system allows no private /tmp";
     }
     EXPECT_EQ(statusOfCopy("WithoutAPlaceForTheCopyThereIsNoPath", "6"), 0);
+}
+
+TEST_F(VTSoftwareUpdateTest, AnExceptionEndsTheAutomaticCheckAlone) {
+    if (std::getenv(kVersionInside)) { // in the copy of this program
+        makeCurrentFile();
+        fileManager().copyItemFailure = [](const std::string&) -> std::error_code { throw std::bad_alloc(); };
+        const auto* logged = "Exception in +[VTSoftwareUpdate automaticallyCheckForUpdates]. "
+                             "std::bad_alloc - std::bad_alloc.";
+        EXPECT_EQ(output([] { onAnotherThread(VTSoftwareUpdate::automaticallyCheckForUpdates); }),
+                  logged + std::string("\n"));
+        VTLog::finishWriting();
+        EXPECT_THAT(entries(1), ElementsAre(logged));
+        return;
+    }
+    EXPECT_EQ(statusOfCopy("AnExceptionEndsTheAutomaticCheckAlone", "6"), 0);
 }
 
 TEST_F(VTSoftwareUpdateTest, TheUserMayAskForTheUpdater) {

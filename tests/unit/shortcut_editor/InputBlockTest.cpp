@@ -47,7 +47,10 @@ protected:
         return all;
     }
 
+    ~InputBlockTest() override { done.wait(); } // the worker may be on its way out still
+
     std::shared_ptr<ToldMainThread> mainThread = std::make_shared<ToldMainThread>();
+    std::future<void> done = mainThread->performed.get_future();
     platform::ScopedPlatform scope{services()};
     BlockedWidget widget;
 };
@@ -112,6 +115,6 @@ TEST_F(InputBlockTest, WorkThatTakesTooLongGoesOnByItself) {
     QTest::keyClick(&widget, Qt::Key_K);
     EXPECT_EQ(widget.inputs, 1);
     mayEnd.set_value();
-    mainThread->performed.get_future().wait();
+    done.wait();
     EXPECT_TRUE(isOver);
 }

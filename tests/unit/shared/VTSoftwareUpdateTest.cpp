@@ -151,10 +151,10 @@ TEST_F(VTSoftwareUpdateTest, WithoutAPlaceForTheCopyThereIsNoPath) {
             ::chmod(ours.c_str(), 0777);
             makeUpdater(platform::Bundle::main()->resourcePath() + "/" + kName, "6");
             EXPECT_EQ(VTSoftwareUpdate::updaterPath(), std::nullopt);
-            EXPECT_EQ(output(VTSoftwareUpdate::launchSoftwareUpdate),
-                      "Unable to launch Software Update - path doesn't exist\n");
-            EXPECT_EQ(output(VTSoftwareUpdate::automaticallyCheckForUpdates),
-                      "Unable to launch Software Update - path doesn't exist\n");
+            // The log's folder is gone as well, which the log may say in between.
+            constexpr const char* kMessage = "Unable to launch Software Update - path doesn't exist\n";
+            EXPECT_THAT(output(VTSoftwareUpdate::launchSoftwareUpdate), testing::HasSubstr(kMessage));
+            EXPECT_THAT(output(VTSoftwareUpdate::automaticallyCheckForUpdates), testing::HasSubstr(kMessage));
             EXPECT_THAT(sandbox::workspace().events(), IsEmpty());
         });
         return;

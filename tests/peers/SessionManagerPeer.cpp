@@ -119,7 +119,9 @@ int main() {
     std::for_each_n(listeners, count, [](IceListenObj listener) {
         IceSetHostBasedAuthProc(listener, [](char*) -> Bool { return True; });
     });
-    say(IceComposeNetworkIdList(count, listeners));
+    char* address = IceComposeNetworkIdList(count, listeners);
+    say(address);
+    std::free(address); // NOLINT(cppcoreguidelines-no-malloc): the library's
     for (;;) {
         std::vector<pollfd> descriptors{{.fd = STDIN_FILENO, .events = POLLIN, .revents = 0}};
         std::for_each_n(listeners, count, [&](IceListenObj listener) {
@@ -133,6 +135,7 @@ int main() {
         if (descriptors[0].revents != 0) {
             std::array<char, 16> line{};
             if (::read(STDIN_FILENO, line.data(), line.size()) <= 0) {
+                IceFreeListenObjs(count, listeners);
                 return 0;
             }
             endSession();

@@ -9,9 +9,12 @@
 //
 //   Vector                        one or several blocks beside each other
 //   load(from), store(to, vector) without alignment
+//   stream(to, vector)            past the caches, to an address that is a multiple of the vector's size
 //   broadcast(key)                a round key for each block
 //   add(vector, key)              exclusive or
 //   encrypt, encryptLast, decrypt, decryptLast (vector, key)    a round, with its key at the end
+//   kInFlight                     vectors at a time, so that no round waits for the one before: eight are
+//                                 just enough for vectors of one block, twelve leave no gaps
 //   kHasManyRegisters             for all round keys beside the vectors in flight
 //
 // Everything here is local to the source file that includes it, and nothing of the standard library is used:
@@ -19,8 +22,10 @@
 // linker keeps for the whole program.
 namespace {
 
-inline constexpr std::size_t kInFlight = 8; // vectors, so that no round waits for the one before
-inline constexpr std::size_t kAhead = 256;  // bytes
+inline constexpr std::size_t kAhead = 2048; // bytes
+
+// Bytes of output that do not stay in caches anyway. Written past them they need not be read first.
+inline constexpr std::size_t kStreamed = 16 << 20;
 
 // In the order in which they are used. Wiped at the end.
 template <typename Lanes, bool IsDecryption>
@@ -40,7 +45,7 @@ struct RoundKeys {
     RoundKeys& operator=(const RoundKeys&) = delete;
 };
 
-template <typename Lanes, bool IsDecryption, std::size_t Count>
+template <bool Streams, std::size_t Count, typename Lanes, bool IsDecryption>
 void runVectors(const RoundKeys<Lanes, IsDecryption>& keys, int rounds, const std::uint8_t* input,
                 std::uint8_t* output) {
     using Vector = typename Lanes::Vector;
@@ -61,9 +66,51 @@ void runVectors(const RoundKeys<Lanes, IsDecryption>& keys, int rounds, const st
     }
     const Vector last = keys.rounds[rounds];
     for (std::size_t index = 0; index < Count; ++index) {
-        Lanes::store(output + index * sizeof(Vector), IsDecryption
-                                                          ? Lanes::decryptLast(vectors[index], last)
-                                                          : Lanes::encryptLast(vectors[index], last));
+        const Vector result = IsDecryption ? Lanes::decryptLast(vectors[index], last)
+                                           : Lanes::encryptLast(vectors[index], last);
+        if (Streams) {
+            Lanes::stream(output + index * sizeof(Vector), result);
+        } else {
+            Lanes::store(output + index * sizeof(Vector), result);
+        }
+    }
+}
+
+// What is still to be done.
+struct Work {
+    const std::uint8_t* input;
+    std::uint8_t* output;
+    std::size_t bytes;
+
+    void advance(std::size_t count) {
+        input += count;
+        output += count;
+        bytes -= count;
+    }
+};
+
+// Fewer blocks than a vector has.
+template <typename Lanes, bool IsDecryption>
+void runPart(const RoundKeys<Lanes, IsDecryption>& keys, int rounds, Work& work, std::size_t bytes) {
+    std::uint8_t blocks[sizeof(typename Lanes::Vector)] = {};
+    ::memcpy(blocks, work.input, bytes);
+    runVectors<false, 1>(keys, rounds, blocks, blocks);
+    ::memcpy(work.output, blocks, bytes);
+    ::explicit_bzero(blocks, sizeof blocks);
+    work.advance(bytes);
+}
+
+template <bool Streams, typename Lanes, bool IsDecryption>
+void runBatches(const RoundKeys<Lanes, IsDecryption>& keys, int rounds, Work& work) {
+    constexpr std::size_t kBatch = Lanes::kInFlight * sizeof(typename Lanes::Vector);
+    while (work.bytes >= kBatch) {
+        // What the processor fetches by itself is late where a page of memory ends.
+        const std::uint8_t* ahead = work.input + (work.bytes >= kBatch + kAhead ? kAhead : 0);
+        for (std::size_t line = 0; line < kBatch; line += 64) {
+            _mm_prefetch(reinterpret_cast<const char*>(ahead + line), _MM_HINT_T0);
+        }
+        runVectors<Streams, Lanes::kInFlight>(keys, rounds, work.input, work.output);
+        work.advance(kBatch);
     }
 }
 
@@ -71,30 +118,28 @@ template <typename Lanes, bool IsDecryption>
 void runBlocks(const std::uint32_t* roundKeys, int rounds, const std::uint8_t* input, std::uint8_t* output,
                std::size_t blocks) {
     constexpr std::size_t kVector = sizeof(typename Lanes::Vector);
-    constexpr std::size_t kBatch = kInFlight * kVector;
     const RoundKeys<Lanes, IsDecryption> keys(roundKeys, rounds);
-    std::size_t bytes = blocks * kAesBlockSize;
-    for (; bytes >= kBatch; bytes -= kBatch) {
-        // What the processor fetches by itself is late where a page of memory ends.
-        const std::uint8_t* ahead = input + (bytes >= kBatch + kAhead ? kAhead : 0);
-        for (std::size_t line = 0; line < kBatch; line += 64) {
-            _mm_prefetch(reinterpret_cast<const char*>(ahead + line), _MM_HINT_T0);
+    Work work{input, output, blocks * kAesBlockSize};
+    const auto address = reinterpret_cast<std::uintptr_t>(output);
+    if (work.bytes >= kStreamed && input != output && address % kAesBlockSize == 0) {
+        if (const std::size_t unaligned = -address % kVector) {
+            runPart(keys, rounds, work, unaligned);
         }
-        runVectors<Lanes, IsDecryption, kInFlight>(keys, rounds, input, output);
-        input += kBatch;
-        output += kBatch;
+        runBatches<true>(keys, rounds, work);
+        _mm_sfence();
+    } else {
+        runBatches<false>(keys, rounds, work);
     }
-    for (; bytes >= kVector; bytes -= kVector) {
-        runVectors<Lanes, IsDecryption, 1>(keys, rounds, input, output);
-        input += kVector;
-        output += kVector;
+    while (work.bytes >= 4 * kVector) {
+        runVectors<false, 4>(keys, rounds, work.input, work.output);
+        work.advance(4 * kVector);
     }
-    if (bytes > 0) { // fewer blocks than a vector has
-        std::uint8_t last[kVector] = {};
-        ::memcpy(last, input, bytes);
-        runVectors<Lanes, IsDecryption, 1>(keys, rounds, last, last);
-        ::memcpy(output, last, bytes);
-        ::explicit_bzero(last, sizeof last);
+    while (work.bytes >= kVector) {
+        runVectors<false, 1>(keys, rounds, work.input, work.output);
+        work.advance(kVector);
+    }
+    if (work.bytes > 0) {
+        runPart(keys, rounds, work, work.bytes);
     }
 }
 

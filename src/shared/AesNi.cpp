@@ -7,6 +7,7 @@ namespace {
 
 struct Lanes {
     using Vector = __m128i;
+    static constexpr std::size_t kInFlight = 12;
     static constexpr bool kHasManyRegisters = false;
 
     static Vector load(const std::uint8_t* from) {
@@ -14,6 +15,9 @@ struct Lanes {
     }
     static void store(std::uint8_t* to, Vector vector) {
         _mm_storeu_si128(reinterpret_cast<__m128i*>(to), vector);
+    }
+    static void stream(std::uint8_t* to, Vector vector) {
+        _mm_stream_si128(reinterpret_cast<__m128i*>(to), vector);
     }
     static Vector broadcast(__m128i key) { return key; }
     static Vector add(Vector vector, Vector key) { return _mm_xor_si128(vector, key); }

@@ -7,6 +7,7 @@ namespace {
 
 struct Lanes {
     using Vector = __m256i;
+    static constexpr std::size_t kInFlight = 8;
     static constexpr bool kHasManyRegisters = false;
 
     static Vector load(const std::uint8_t* from) {
@@ -14,6 +15,9 @@ struct Lanes {
     }
     static void store(std::uint8_t* to, Vector vector) {
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), vector);
+    }
+    static void stream(std::uint8_t* to, Vector vector) {
+        _mm256_stream_si256(reinterpret_cast<__m256i*>(to), vector);
     }
     static Vector broadcast(__m128i key) { return _mm256_broadcastsi128_si256(key); }
     static Vector add(Vector vector, Vector key) { return _mm256_xor_si256(vector, key); }

@@ -7,10 +7,14 @@ namespace {
 
 struct Lanes {
     using Vector = __m512i;
+    static constexpr std::size_t kInFlight = 4;
     static constexpr bool kHasManyRegisters = true;
 
     static Vector load(const std::uint8_t* from) { return _mm512_loadu_si512(from); }
     static void store(std::uint8_t* to, Vector vector) { _mm512_storeu_si512(to, vector); }
+    static void stream(std::uint8_t* to, Vector vector) {
+        _mm512_stream_si512(reinterpret_cast<__m512i*>(to), vector);
+    }
     static Vector broadcast(__m128i key) {
         // The plain form makes g++ 12 warn of its own header.
         return _mm512_maskz_broadcast_i32x4(0xffff, key);

@@ -3,7 +3,10 @@
 #include "AesFixture.h"
 
 #include <array>
+#include <cstdlib>
+#include <cstring>
 #include <gmock/gmock.h>
+#include <memory>
 
 using aes::bytes;
 using aes::decrypted;
@@ -183,6 +186,25 @@ TEST_P(AesOnEachPath, TakesBuffersOfAnyAlignment) {
         ASSERT_TRUE(output == std::string(63 - offset, 'o') + expected + std::string(65 + offset, 'o'))
             << offset;
     }
+}
+
+// What is too large for the caches is written past them, where the buffer's place allows it.
+TEST_P(AesOnEachPath, TakesLargeBuffersOfAnyAlignment) {
+    constexpr std::size_t kSize = (std::size_t{16} << 20) + 76 * kAesBlockSize;
+    const auto text = aes::randomBytes(kSize, 7);
+    const auto expected = aes::encryptedByOpenSsl(kKey256, text);
+    const auto [words, rounds] = aes::encryptionSchedule(kKey256);
+    const std::unique_ptr<std::uint8_t, decltype(&std::free)> memory(
+        static_cast<std::uint8_t*>(std::aligned_alloc(64, kSize + 128)), std::free);
+    for (const std::size_t offset : {0, 1, 16, 48}) {
+        auto* output = memory.get() + offset;
+        std::memset(memory.get(), 'o', kSize + 128);
+        GetParam().encrypt(words.data(), rounds, aes::in(text), output, kSize / kAesBlockSize);
+        ASSERT_EQ(std::memcmp(output, expected.data(), kSize), 0) << offset;
+        ASSERT_EQ(std::string(memory.get(), output), std::string(offset, 'o'));
+        ASSERT_EQ(output[kSize], 'o') << offset;
+    }
+    ASSERT_TRUE(decrypted(GetParam(), kKey256, expected) == text);
 }
 
 TEST_P(AesOnEachPath, WorksInPlace) {

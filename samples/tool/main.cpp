@@ -4,8 +4,9 @@
 //   (no argument)        opens the tool's window
 //   FILE                 the same, and shows the file: how the bug reporter gets a crash log
 //   -fix                 a repair without a window: how the Launcher runs Purgel
-//   -checkpath BUNDLE    the updater's silent look for updates, which finds none; it is recorded in
-//                        ~/Library/Logs/Vantorel Software Update.log
+//   -checkpath BUNDLE    the updater's silent look for updates, which finds none
+//
+// Every start of the updater, silent or by hand, is recorded in ~/Library/Logs/Vantorel Software Update.log.
 
 #include "Platform.h"
 #include "Repair.h"
@@ -60,6 +61,9 @@ int main(int argc, char** argv) {
     services.fileManager = std::make_shared<platform::LinuxFileManager>();
     platform::install(services);
     auto tool = Tool::ofBundle(*bundle);
+    if (tool.bundleID == QStringLiteral("com.vantorel.SoftwareUpdate")) {
+        recordStart(argc, argv); // the window is there to be looked at, recorded or not
+    }
     // Window class and desktop file are the bundle identifier, so that the desktop tells the tools
     // apart although they are copies of one program.
     QCoreApplication::setApplicationName(tool.bundleID);

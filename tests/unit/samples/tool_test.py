@@ -43,11 +43,12 @@ def active_window():
 class Running:
     """A tool with its window in front."""
 
-    def __init__(self, path, *arguments):
+    def __init__(self, path, *arguments, **environment):
         contents = SUITE / path / "Contents"
         self.info = plistlib.loads((contents / "Info.plist").read_bytes())
         self.process = subprocess.Popen(
-            [contents / "MacOS" / self.info["CFBundleExecutable"], *arguments])
+            [contents / "MacOS" / self.info["CFBundleExecutable"], *arguments],
+            env={**os.environ, **environment})
         pattern = "^" + self.info["CFBundleIdentifier"].replace(".", r"\.") + "$"
         self.window = wait_until(lambda: self.alive() and xdotool("search", "--onlyvisible", "--class", pattern),
                                  f"a window of {pattern}")
@@ -112,6 +113,18 @@ class ToolTest(unittest.TestCase):
             self.assertEqual(result.returncode, 0)
             log = pathlib.Path(home, "Library/Logs/Vantorel Software Update.log").read_text(encoding="utf-8")
             self.assertRegex(log, r"\A\S+ -checkpath /somewhere/Launcher\.app\n\Z")
+
+    def test_a_look_for_updates_by_hand_is_recorded(self):
+        with tempfile.TemporaryDirectory() as home:
+            with Running("Applications/Vantorel/Vantorel Software Update.app", HOME=home) as running:
+                xdotool("key", "Escape")
+                self.assertEqual(running.status(), 0)
+            log = pathlib.Path(home, "Library/Logs/Vantorel Software Update.log").read_text(encoding="utf-8")
+            self.assertRegex(log, r"\A\S+\n\Z")
+            with Running("Applications/Hasplet.app", HOME=home) as running:
+                xdotool("key", "Escape")
+                self.assertEqual(running.status(), 0)
+            self.assertEqual(len(list(pathlib.Path(home, "Library/Logs").iterdir())), 1)
 
     def repair(self, root, poster=None):
         """Runs Purgel in a suite of its own, as an ordinary user; returns the finished process."""

@@ -7,6 +7,7 @@ Nothing here sleeps and hopes: whatever takes its time is waited for with `wait_
 import collections
 import functools
 import os
+import pathlib
 import re
 import signal
 import subprocess
@@ -113,6 +114,16 @@ class Launcher:
                         if state.read().rpartition(")")[2].split()[0] == "Z":
                             found.append(child)
         return found
+
+    # --- its log ---
+
+    def log_entries(self):
+        """The log's entries without their dates, the last one written to its end."""
+        library = pathlib.Path(self.root if os.getuid() == 0 else self.home) / "Library"
+        text = (library / "Logs/Vantorel/Launcher.1.log").read_text(encoding="utf-8")
+        if not text.endswith("\n"):
+            raise AssertionError(f"the log breaks off: {text!r}")
+        return [line.split(" - ", 1)[1] for line in text.splitlines()]
 
     # --- where its panel is ---
 
@@ -324,6 +335,12 @@ class DesktopTest(unittest.TestCase):
         for name, member in list(vars(cls).items()):
             if name.startswith("test_"):
                 setattr(cls, name, _photographed_on_failure(member))
+
+    def assert_log_is_whole(self, launcher):
+        """Once it has ended: the entries of its start are there, and none breaks off."""
+        entries = launcher.log_entries()
+        starts = ["Log started: ", "Version: ", "Path: ", "System: OS X ", "Running in "]
+        self.assertEqual([entry[:len(start)] for entry, start in zip(entries, starts)], starts)
 
     def launch(self, *arguments, **options):
         """A Launcher that ends with the test."""

@@ -202,11 +202,13 @@ class InstanceTest(DesktopTest):
         launcher.process.send_signal(signal.SIGTERM)
         self.assertEqual(launcher.wait_for_exit(), 0, launcher.standard_error())
         self.assertEqual(len(self.tool.processes()), 1)
+        self.assert_log_is_whole(launcher)
 
     def test_closing_fades_the_panel_out_and_ends_the_program(self):
         launcher = self.open_panel()
         launcher.press("alt+F4")
         self.assertEqual(launcher.wait_for_exit(), 0, launcher.standard_error())
+        self.assert_log_is_whole(launcher)
 
     def test_ends_in_order_while_an_alert_stands(self):
         launcher = self.open_panel()
@@ -215,6 +217,7 @@ class InstanceTest(DesktopTest):
         wait_until(lambda: len(visible_windows(launcher.process.pid)) == 2, "the alert beside the panel")
         launcher.process.send_signal(signal.SIGTERM)
         self.assertEqual(launcher.wait_for_exit(), 0, launcher.standard_error())
+        self.assert_log_is_whole(launcher)
 
     @staticmethod
     def window_state(window):

@@ -233,6 +233,7 @@ class PanelTest(DesktopTest):
         launcher.press("alt+F4")  # fades it out first
         self.assertEqual(launcher.wait_for_exit(), 0)
         self.assertEqual(launcher.standard_error(), "")
+        self.assert_log_is_whole(launcher)
 
     def test_remembers_its_size_however_it_ends(self):
         launcher = self.open_panel()
@@ -245,6 +246,7 @@ class PanelTest(DesktopTest):
             end()
             self.assertEqual(launcher.wait_for_exit(), 0, launcher.standard_error())
             self.assertEqual(self.preferences(launcher)["panelSize"], [width, height])
+            self.assert_log_is_whole(launcher)
             launcher = self.open_panel(home=launcher.home)
             width -= 20
 
@@ -252,11 +254,7 @@ class PanelTest(DesktopTest):
         launcher = self.open_panel()
         launcher.press("ctrl+q")
         self.assertEqual(launcher.wait_for_exit(), 0)
-        library = pathlib.Path(launcher.root if os.getuid() == 0 else launcher.home) / "Library"
-        entries = [line.split(" - ", 1)[1] for line in
-                   (library / "Logs/Vantorel/Launcher.1.log").read_text(encoding="utf-8").splitlines()]
-        starts = ["Log started: ", "Version: ", "Path: ", "System: OS X ", "Running in "]
-        self.assertEqual([entry[:len(start)] for entry, start in zip(entries, starts)], starts)
+        self.assert_log_is_whole(launcher)
 
     def test_quits_from_the_menu(self):
         launcher = self.open_panel()

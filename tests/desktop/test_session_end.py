@@ -45,6 +45,7 @@ class SessionEndTest(DesktopTest):
         preferences = pathlib.Path(self.launcher.home, "Library/Preferences/com.vantorel.Launcher.plist")
         stamps = plistlib.loads(preferences.read_bytes())
         self.assertGreater(stamps["exit"], stamps["launch"])
+        self.assert_log_is_whole(self.launcher)
 
     def test_ends_the_program(self):
         self.manager.end_session()

@@ -39,6 +39,19 @@ def has_state(accessible, state):
     return accessible.get_state_set().contains(state)
 
 
+def application_of(process):
+    """The root of a process's windows in the accessibility tree; None while it is not there."""
+    desktop = Atspi.get_desktop(0)
+    desktop.clear_cache()
+    for index in range(desktop.get_child_count()):
+        application = desktop.get_child_at_index(index)
+        if application is not None and application.get_process_id() == process:
+            # Every look is a fresh one: nobody here runs the loop that would keep a cache up to date.
+            application.set_cache_mask(Atspi.Cache.NONE)
+            return application
+    return None
+
+
 def below(accessible):
     """Every accessible object under this one, top down, but not the cells of tables."""
     for index in range(accessible.get_child_count()):
@@ -150,21 +163,10 @@ class Launcher:
                                  + self.standard_error())
         return True
 
-    def _find_application(self):
-        self._runs()
-        desktop = Atspi.get_desktop(0)
-        desktop.clear_cache()
-        for index in range(desktop.get_child_count()):
-            application = desktop.get_child_at_index(index)
-            if application is not None and application.get_process_id() == self.process.pid:
-                # Every look is a fresh one: nobody here runs the loop that would keep a cache up to date.
-                application.set_cache_mask(Atspi.Cache.NONE)
-                return application
-        return None
-
     def application(self):
         if self._application is None:
-            self._application = wait_until(self._find_application, "the Launcher in the accessibility tree")
+            self._application = wait_until(lambda: self._runs() and application_of(self.process.pid),
+                                           "the Launcher in the accessibility tree")
         return self._application
 
     def find_all(self, role, name=None, under=None):

@@ -13,7 +13,7 @@ import unittest
 
 from gi.repository import Gio, GLib
 
-from launcher_driver import PROGRAM, Atspi, DesktopTest, below
+from launcher_driver import PROGRAM, DesktopTest, application_of, below
 from windows import wait_until
 
 PRODUCTS = pathlib.Path(PROGRAM).parents[3]
@@ -51,14 +51,7 @@ class Controller:
     def _find_application(self):
         if self.process.poll() is not None:
             raise AssertionError(f"the controller ended with {self.process.returncode}")
-        desktop = Atspi.get_desktop(0)
-        desktop.clear_cache()
-        for index in range(desktop.get_child_count()):
-            application = desktop.get_child_at_index(index)
-            if application is not None and application.get_process_id() == self.process.pid:
-                application.set_cache_mask(Atspi.Cache.NONE)
-                return application
-        return None
+        return application_of(self.process.pid)
 
     def _part(self, role):
         return wait_until(lambda: next((part for part in below(self._application)

@@ -94,7 +94,8 @@ class SheetTest(DesktopTest):
                 os.kill(self.launcher.process.pid, number)
                 self.assertEqual(self.launcher.wait_for_exit(limit=10), 0, self.launcher.standard_error())
                 self.assert_log_is_whole(self.launcher)
-                self.assertRegex(self.launcher.log_entries()[-1], r"^(Asking user what to do\.\.\.|User cancelled Purgel)$")
+                self.assertRegex(self.launcher.log_entries()[-1],
+                                 r"^(Asking user what to do\.\.\.|User cancelled Purgel)$")
                 self.setUp()
 
     def test_the_window_manager_closes_it(self):

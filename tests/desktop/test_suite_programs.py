@@ -6,7 +6,7 @@ import plistlib
 import signal
 import unittest
 
-from launcher_driver import PROGRAM, Atspi, DesktopTest, below
+from launcher_driver import PROGRAM, Atspi, DesktopTest, application_of, below
 from tool_root import ToolRoot
 from windows import stays, wait_until
 
@@ -27,14 +27,10 @@ DISABLED = "Crash reporter disabled"
 
 def text_shown_by(process, name):
     """What the text of that name in a window of the process says; None while it is not there."""
-    desktop = Atspi.get_desktop(0)
-    desktop.clear_cache()
-    for index in range(desktop.get_child_count()):
-        application = desktop.get_child_at_index(index)
-        if application is not None and application.get_process_id() == process:
-            for accessible in below(application):
-                if accessible.get_role() == Atspi.Role.TEXT and accessible.get_name() == name:
-                    return Atspi.Text.get_text(accessible, 0, -1)
+    application = application_of(process)
+    for accessible in below(application) if application else ():
+        if accessible.get_role() == Atspi.Role.TEXT and accessible.get_name() == name:
+            return Atspi.Text.get_text(accessible, 0, -1)
     return None
 
 

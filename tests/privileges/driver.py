@@ -83,6 +83,18 @@ class Driver:
     def descriptors(self):
         return sorted(path.name for path in (self.folder / "fd").iterdir())
 
+    def assert_password_is_forgotten(self, command, password, result):
+        """Asks with the password, which is answered so; no part of it is left in memory then."""
+        # Until its last letter has come it is to be found; so the search would find it afterwards.
+        self.send(command, private_system.ADMINISTRATOR, len(password))
+        self.process.stdin.write(password[:-1].encode())
+        private_system.wait_until(lambda: self.memory_holds(password[:-1].encode()), "the password in memory")
+        self.process.stdin.write(password[-1:].encode())
+        assert self.answer() == result
+        for part in (password, password[:12], password[-12:]):
+            assert not self.memory_holds(part.encode()), part
+        assert self.memory_holds(private_system.ADMINISTRATOR.encode())
+
     def memory_holds(self, text):
         while True:
             try:

@@ -8,8 +8,8 @@ namespace platform {
 
 SecretText::SecretText(std::string& source) : length_(source.size()) {
     void* pages = ::mmap(nullptr, length_ + 1, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (pages ==
-        MAP_FAILED) { // NOLINT(*-pro-type-cstyle-cast, performance-no-int-to-ptr): the system's macro
+    // NOLINTNEXTLINE(*-pro-type-cstyle-cast, performance-no-int-to-ptr): the system's macro
+    if (pages == MAP_FAILED) {
         platform::wipe(source);
         throw std::bad_alloc();
     }

@@ -4,9 +4,10 @@ import pathlib
 import pwd
 import select
 import subprocess
+import tempfile
 
 import private_system
-from private_system import DRIVER, USER
+from private_system import DRIVER, USER, run
 
 DENIED, DISMISSED, UNAVAILABLE, NOT_STARTED = -60005, -60006, -60008, -60031
 
@@ -91,25 +92,29 @@ class Driver:
         private_system.wait_until(lambda: self.memory_holds(password[:-1].encode()), "the password in memory")
         self.process.stdin.write(password[-1:].encode())
         assert self.answer() == result
+        with tempfile.NamedTemporaryFile() as memory:
+            memory.writelines(self.memory())
+            memory.flush()
+            # As UTF-8 and as UTF-16.
+            texts = [run("strings", "--all", "--encoding", width, memory.name) for width in "Sl"]
         for part in (password, password[:12], password[-12:]):
-            assert not self.memory_holds(part.encode()), part
+            assert not self.memory_holds(part.encode()) and not self.memory_holds(part.encode("utf-16-le")), part
+            assert not any(part.encode() in text for text in texts), part
         assert self.memory_holds(private_system.ADMINISTRATOR.encode())
+        assert private_system.ADMINISTRATOR.encode() in texts[0]
 
     def memory_holds(self, text):
-        while True:
-            try:
-                return self._memory_holds(text)
-            except OSError:
-                pass  # some of it has gone since it was listed
+        return any(text in part for part in self.memory())
 
-    def _memory_holds(self, text):
-        with open(self.folder / "maps") as maps, open(self.folder / "mem", "rb", buffering=0) as memory:
-            for line in maps:
+    def memory(self):
+        """What can be read of it, one mapping after the other."""
+        with open(self.folder / "mem", "rb", buffering=0) as memory:
+            for line in (self.folder / "maps").read_text().splitlines():
                 span, rights = line.split()[:2]
-                if not rights.startswith("r") or line.rstrip().endswith(("[vvar]", "[vsyscall]", "[vvar_vclock]")):
-                    continue
-                start, end = (int(number, 16) for number in span.split("-"))
-                memory.seek(start)
-                if text in memory.read(end - start):
-                    return True
-        return False
+                if rights.startswith("r") and not line.endswith(("[vvar]", "[vsyscall]", "[vvar_vclock]")):
+                    start, end = (int(number, 16) for number in span.split("-"))
+                    try:
+                        memory.seek(start)
+                        yield memory.read(end - start)
+                    except OSError:
+                        pass  # gone since it was listed

@@ -133,9 +133,8 @@ void AppController::purgelStarted() {
     outlets_.progressPanel->beginSheet(*outlets_.mainWindow);
     outlets_.progressBar->startAnimation();
     // Ending the run ends the observation from within: nothing but the controller may be used after that.
-    // A run that is being cancelled ends when that has been done.
     auto end = [controller = weak_from_this()] {
-        if (const auto self = controller.lock(); self && !self->purgelIsCancelling_) {
+        if (const auto self = controller.lock()) {
             self->purgelEnded();
         }
     };

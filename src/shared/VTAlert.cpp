@@ -117,8 +117,10 @@ std::int64_t VTAlert::timedAlertSheetWithMessageText(const Text& messageText, co
     const auto self = std::make_shared<VTAlert>();
     try {
         std::thread([self, interval] { self->defaultReturnAfterTimeInterval(interval); }).detach();
-    } catch (const std::system_error& error) {
-        VTException::logException(error, "+[VTAlert timedAlertSheetWithMessageText:]");
+    } catch (const std::exception& exception) {
+        VTException::logException(
+            exception, "+[VTAlert timedAlertSheetWithMessageText:defaultButton:alternateButton:otherButton:"
+                       "informativeText:parentWindow:interval:]");
     }
     return alertSheetWithMessageText(messageText, defaultButton, alternateButton, otherButton,
                                      informativeText, parentWindow, nullptr, std::nullopt, true, self);

@@ -96,11 +96,13 @@ QRectF ButtonCell::drawTitle(const AttributedTitle& title, const QRectF& frame, 
 }
 
 void ButtonCell::drawImage(const QPixmap& picture, const QRectF& frame, QPainter& painter) const {
-    if (picture.isNull() || frame.isEmpty())
+    if (picture.isNull() || frame.isEmpty()) {
         return;
+    }
     QSizeF size = picture.deviceIndependentSize();
-    if (size.width() > frame.width() || size.height() > frame.height())
+    if (size.width() > frame.width() || size.height() > frame.height()) {
         size.scale(frame.size(), Qt::KeepAspectRatio);
+    }
     QRectF place(QPointF(), size);
     place.moveCenter(frame.center());
     switch (imagePosition) {

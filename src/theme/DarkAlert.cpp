@@ -31,9 +31,19 @@ constexpr qsizetype kMostMessageCharacters = 20'000;
 constexpr qsizetype kMostButtonCharacters = 40;
 
 QString withoutMiddle(const QString& text, qsizetype mostCharacters) {
-    if (text.size() <= mostCharacters)
+    if (text.size() <= mostCharacters) {
         return text;
-    return text.left(mostCharacters / 2) + QChar(0x2026) + text.right(mostCharacters / 2);
+    }
+    QString begin = text.left(mostCharacters / 2);
+    QString end = text.right(mostCharacters / 2);
+    // No half of a character that takes two.
+    if (begin.back().isHighSurrogate()) {
+        begin.chop(1);
+    }
+    if (end.front().isLowSurrogate()) {
+        end.remove(0, 1);
+    }
+    return begin + QChar(0x2026) + end;
 }
 
 WrappedLabel* label(const QString& text, const QFont& font, const QColor& colour) {
@@ -47,12 +57,15 @@ DarkAlert::Answer answerThatCancels(const DarkAlert::Options& options) {
     const auto isCancel = [](const QString& title) {
         return title == QLatin1String("Cancel") || title == DarkAlert::tr("Cancel");
     };
-    if (isCancel(options.alternateTitle))
+    if (isCancel(options.alternateTitle)) {
         return DarkAlert::Alternate;
-    if (isCancel(options.otherTitle))
+    }
+    if (isCancel(options.otherTitle)) {
         return DarkAlert::Other;
-    if (!options.alternateTitle.isEmpty())
+    }
+    if (!options.alternateTitle.isEmpty()) {
         return DarkAlert::Alternate;
+    }
     return options.otherTitle.isEmpty() ? DarkAlert::Default : DarkAlert::Other;
 }
 
@@ -77,8 +90,9 @@ DarkAlert::DarkAlert(const QString& title, const QString& message, const Options
 QWidget* DarkAlert::makeContent(const QString& title, const QString& message,
                                 std::optional<bool> suppressed) {
     text_ = makeText(title, message);
-    if (!suppressed)
+    if (!suppressed) {
         return text_;
+    }
     auto* box = new DarkCheckBox(tr("Do not show this message again"));
     box->setChecked(*suppressed);
     connect(box, &QCheckBox::toggled, this, &DarkAlert::suppressedChanged);
@@ -97,8 +111,9 @@ QScrollArea* DarkAlert::makeText(const QString& title, const QString& message) {
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(scaled(kTitleGap));
     layout->addWidget(label(title, InterfaceFont::bold(kTitleSize), DarkPalette::titleColor()));
-    if (!message.isEmpty())
+    if (!message.isEmpty()) {
         layout->addWidget(label(message, InterfaceFont::regular(), DarkPalette::bodyTextColor()));
+    }
     layout->addStretch();
 
     auto* area = new QScrollArea;
@@ -116,8 +131,9 @@ QScrollArea* DarkAlert::makeText(const QString& title, const QString& message) {
     width = std::min(width, room.width() - widthBesideContent());
     const int wanted = layout->heightForWidth(width);
     const int height = std::min(wanted, static_cast<int>(room.height() * kMostOfScreen));
-    if (height < wanted)
+    if (height < wanted) {
         width += area->verticalScrollBar()->sizeHint().width();
+    }
     area->setFixedSize(width, height);
     return area;
 }
@@ -134,14 +150,17 @@ QBoxLayout* DarkAlert::makeButtons(const Options& options) {
         row->addWidget(button);
         return button;
     };
-    if (!options.otherTitle.isEmpty())
+    if (!options.otherTitle.isEmpty()) {
         add(options.otherTitle, Other);
+    }
     row->addStretch();
-    if (!options.alternateTitle.isEmpty())
+    if (!options.alternateTitle.isEmpty()) {
         add(options.alternateTitle, Alternate);
+    }
     defaultButton_ = add(options.defaultTitle, Default);
-    if (options.defaultTitle.isEmpty())
+    if (options.defaultTitle.isEmpty()) {
         defaultButton_->setText(tr("OK"));
+    }
     return row;
 }
 

@@ -59,15 +59,17 @@ void DarkButton::configure(VTBlackButtonCell& cell) const {
     cell.attributedTitle = {.text = text(),
                             .font = ButtonCell::titleFont(controlSize_),
                             .mnemonic = underlined ? Qt::TextShowMnemonic : Qt::TextHideMnemonic};
-    if (icon().isNull())
+    if (icon().isNull()) {
         return;
+    }
     const QIcon::Mode mode = isEnabled() ? QIcon::Normal : QIcon::Disabled;
     cell.image = icon().pixmap(iconSize(), devicePixelRatioF(), mode, isChecked() ? QIcon::On : QIcon::Off);
-    if (text().isEmpty())
+    if (text().isEmpty()) {
         cell.imagePosition = ButtonCell::ImagePosition::ImageOnly;
-    else
+    } else {
         cell.imagePosition =
             isRightToLeft() ? ButtonCell::ImagePosition::Right : ButtonCell::ImagePosition::Left;
+    }
 }
 
 void DarkButton::drawFocusRing(const VTBlackButtonCell& cell, const QRectF& frame, QPainter& painter) const {
@@ -94,14 +96,16 @@ void DarkButton::paintEvent(QPaintEvent*) {
     frame.setHeight(cell.cellSize().height());
 
     QPainter painter(this);
-    if (hasFocus())
+    if (hasFocus()) {
         drawFocusRing(cell, frame, painter);
+    }
     cell.drawWithFrame(frame, painter);
 }
 
 void DarkButton::keyPressEvent(QKeyEvent* event) {
-    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
         click();
-    else
+    } else {
         QPushButton::keyPressEvent(event);
+    }
 }

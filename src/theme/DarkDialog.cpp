@@ -62,8 +62,9 @@ void DarkDialog::setContent(QWidget* content, QBoxLayout* buttons) {
 
 void DarkDialog::beginSheet(QWidget& window) {
     endSheet();
-    if (parentWidget() != &window || !(windowFlags() & Qt::FramelessWindowHint))
+    if (parentWidget() != &window || !(windowFlags() & Qt::FramelessWindowHint)) {
         setParent(&window, Qt::Dialog | Qt::FramelessWindowHint);
+    }
     setWindowModality(Qt::WindowModal);
     setAttribute(Qt::WA_TranslucentBackground); // outside the rounded corners
     window_ = &window;
@@ -111,13 +112,15 @@ void DarkDialog::place() {
 
 void DarkDialog::resizeEvent(QResizeEvent* event) {
     QDialog::resizeEvent(event);
-    if (window_)
+    if (window_) {
         place();
+    }
 }
 
 bool DarkDialog::eventFilter(QObject* watched, QEvent* event) {
-    if (watched != window_)
+    if (watched != window_) {
         return QDialog::eventFilter(watched, event);
+    }
     switch (event->type()) {
     case QEvent::Move:
     case QEvent::Resize:
@@ -125,8 +128,9 @@ bool DarkDialog::eventFilter(QObject* watched, QEvent* event) {
         break;
     case QEvent::Hide:
         // Whoever hides the whole program takes the sheet off the screen first.
-        if (!event->spontaneous() && isVisible())
+        if (!event->spontaneous() && isVisible()) {
             windowDidClose();
+        }
         break;
     default:
         break;

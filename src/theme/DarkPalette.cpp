@@ -28,8 +28,9 @@ QColor DarkPalette::focusColor() {
 }
 
 Gradient DarkPalette::selectionGradient(Activity activity) {
-    if (activity == Activity::Active)
+    if (activity == Activity::Active) {
         return {Colour::deviceHex(0x3d5a80), Colour::deviceHex(0x2f4766)};
+    }
     return {Colour::deviceHex(0x585b61), Colour::deviceHex(0x484b50)};
 }
 
@@ -64,8 +65,9 @@ QPalette DarkPalette::palette() {
 
     const QColor disabledText(0x6c, 0x6f, 0x75);
     for (QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText,
-                                     QPalette::HighlightedText, QPalette::PlaceholderText})
+                                     QPalette::HighlightedText, QPalette::PlaceholderText}) {
         palette.setColor(QPalette::Disabled, role, disabledText);
+    }
     palette.setColor(QPalette::Disabled, QPalette::Highlight, QColor(0x38, 0x3a, 0x3e));
     return palette;
 }

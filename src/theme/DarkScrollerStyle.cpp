@@ -71,8 +71,9 @@ int DarkScrollerStyle::styleHint(StyleHint hint, const QStyleOption* option, con
 
 QRect DarkScrollerStyle::subControlRect(ComplexControl control, const QStyleOptionComplex* option,
                                         SubControl part, const QWidget* widget) const {
-    if (control != CC_ScrollBar)
+    if (control != CC_ScrollBar) {
         return QCommonStyle::subControlRect(control, option, part, widget);
+    }
     return scroller_.rectForPart(partFor(part));
 }
 

@@ -20,8 +20,9 @@ void ExpansionFrame::showCell(const VTCenteredTextCell& cell, const QRectF& fram
     cell_ = cell;
     source_ = source;
     QString text = cell.stringValue();
-    if (cell.subtitle() && !cell.subtitle()->isEmpty())
+    if (cell.subtitle() && !cell.subtitle()->isEmpty()) {
         text += QLatin1Char('\n') + *cell.subtitle();
+    }
     setAccessibleName(text);
 
     const QRect room = viewport_->geometry();
@@ -74,7 +75,8 @@ bool ExpansionFrame::eventFilter(QObject* watched, QEvent* event) {
     default:
         break;
     }
-    if (dismiss)
+    if (dismiss) {
         hide();
+    }
     return QWidget::eventFilter(watched, event);
 }

@@ -33,12 +33,16 @@ void GradientBackground::paintEvent(QPaintEvent*) {
         break;
     }
     const QColor line = DarkPalette::separatorColor();
-    if (separators_ & Qt::TopEdge)
+    if (separators_ & Qt::TopEdge) {
         painter.fillRect(0, 0, width(), 1, line);
-    if (separators_ & Qt::BottomEdge)
+    }
+    if (separators_ & Qt::BottomEdge) {
         painter.fillRect(0, height() - 1, width(), 1, line);
-    if (separators_ & Qt::LeftEdge)
+    }
+    if (separators_ & Qt::LeftEdge) {
         painter.fillRect(0, 0, 1, height(), line);
-    if (separators_ & Qt::RightEdge)
+    }
+    if (separators_ & Qt::RightEdge) {
         painter.fillRect(width() - 1, 0, 1, height(), line);
+    }
 }

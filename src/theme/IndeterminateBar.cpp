@@ -29,8 +29,9 @@ IndeterminateBar::IndeterminateBar(QWidget* parent) : QProgressBar(parent) {
 void IndeterminateBar::start() {
     animating_ = true;
     clock_.start();
-    if (isVisible())
+    if (isVisible()) {
         timer_.start(kFrame, this);
+    }
     update();
 }
 
@@ -58,8 +59,9 @@ void IndeterminateBar::paintEvent(QPaintEvent*) {
     painter.fillPath(capsule(groove), QColor(0x0d, 0x0d, 0x0e));
     Gradient(Colour::deviceHex(0x1b1c1e), Colour::deviceHex(0x2c2d31))
         .drawInPath(painter, capsule(groove.adjusted(1, 1, -1, -1)), 90);
-    if (!animating_)
+    if (!animating_) {
         return;
+    }
 
     const QRectF track = groove.adjusted(1, 1, -1, -1);
     const double length = track.width() * kLightLength;
@@ -73,14 +75,16 @@ void IndeterminateBar::paintEvent(QPaintEvent*) {
 }
 
 void IndeterminateBar::timerEvent(QTimerEvent* event) {
-    if (event->timerId() != timer_.timerId())
+    if (event->timerId() != timer_.timerId()) {
         return QProgressBar::timerEvent(event);
+    }
     update();
 }
 
 void IndeterminateBar::showEvent(QShowEvent* event) {
-    if (animating_)
+    if (animating_) {
         timer_.start(kFrame, this);
+    }
     QProgressBar::showEvent(event);
 }
 

@@ -5,8 +5,9 @@
 #include <algorithm>
 
 static double pixelSize(const QFont& font) {
-    if (font.pixelSize() > 0)
+    if (font.pixelSize() > 0) {
         return font.pixelSize();
+    }
     constexpr double kPointsPerInch = 72;
     const QScreen* screen = QGuiApplication::primaryScreen();
     return font.pointSizeF() * (screen ? screen->logicalDotsPerInchY() : 96) / kPointsPerInch;
@@ -19,10 +20,11 @@ double InterfaceFont::pixels(double points) {
 QFont InterfaceFont::regular(double points) {
     QFont font = QApplication::font();
     const double factor = points / kDefaultSize;
-    if (font.pixelSize() > 0)
+    if (font.pixelSize() > 0) {
         font.setPixelSize(std::max(1, qRound(font.pixelSize() * factor)));
-    else
+    } else {
         font.setPointSizeF(font.pointSizeF() * factor);
+    }
     return font;
 }
 

@@ -19,15 +19,17 @@ ScrollerLayout::UsableParts ScrollerLayout::usableParts() const {
     const int decrement = spanOfPart(Part::DecrementLine).length;
     const int increment = spanOfPart(Part::IncrementLine).length;
     const double arrows = increment + decrement + thickness() / 2.0;
-    if (arrows + spanOfPart(Part::Knob).length <= length())
+    if (arrows + spanOfPart(Part::Knob).length <= length()) {
         return UsableParts::All;
+    }
     return arrows <= length() ? UsableParts::OnlyArrows : UsableParts::None;
 }
 
 QRect ScrollerLayout::rectForPart(Part part) const {
     const Span span = spanOfPart(part);
-    if (isHorizontal())
+    if (isHorizontal()) {
         return {span.start, 0, span.length, size.height()};
+    }
     return {0, span.start, size.width(), span.length};
 }
 

@@ -21,8 +21,9 @@ std::array<int, 3> boxRadii(double deviation) {
     narrow -= narrow % 2 == 0 ? 1 : 0;
     const double wanted = (variance - 3.0 * narrow * narrow - 12.0 * narrow - 9) / (-4.0 * narrow - 4);
     std::array<int, 3> radii{};
-    for (int pass = 0; pass < 3; ++pass)
+    for (int pass = 0; pass < 3; ++pass) {
         radii[static_cast<std::size_t>(pass)] = (pass < std::lround(wanted) ? narrow : narrow + 2) / 2;
+    }
     return radii;
 }
 
@@ -31,18 +32,22 @@ std::array<int, 3> boxRadii(double deviation) {
 void boxAverage(uchar* first, qsizetype stride, std::vector<uchar>& copy, int radius) {
     const int count = static_cast<int>(copy.size());
     uchar* line = copy.data();
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
         line[i] = first[i * stride];
+    }
     const int width = 2 * radius + 1;
     int sum = width / 2;
-    for (int i = 0; i < std::min(radius, count); ++i)
+    for (int i = 0; i < std::min(radius, count); ++i) {
         sum += line[i];
+    }
     for (int i = 0; i < count; ++i) {
-        if (i + radius < count)
+        if (i + radius < count) {
             sum += line[i + radius];
+        }
         first[i * stride] = static_cast<uchar>(sum / width);
-        if (i - radius >= 0)
+        if (i - radius >= 0) {
             sum -= line[i - radius];
+        }
     }
 }
 
@@ -50,12 +55,15 @@ void blur(QImage& mask, double deviation) {
     std::vector<uchar> row(static_cast<std::size_t>(mask.width()));
     std::vector<uchar> column(static_cast<std::size_t>(mask.height()));
     for (int radius : boxRadii(deviation)) {
-        if (radius == 0)
+        if (radius == 0) {
             continue;
-        for (int y = 0; y < mask.height(); ++y)
+        }
+        for (int y = 0; y < mask.height(); ++y) {
             boxAverage(mask.scanLine(y), 1, row, radius);
-        for (int x = 0; x < mask.width(); ++x)
+        }
+        for (int x = 0; x < mask.width(); ++x) {
             boxAverage(mask.bits() + x, mask.bytesPerLine(), column, radius);
+        }
     }
 }
 
@@ -70,8 +78,9 @@ QImage tinted(const QImage& mask, const QColor& colour) {
     for (int y = 0; y < mask.height(); ++y) {
         const uchar* from = mask.constScanLine(y);
         auto* to = reinterpret_cast<QRgb*>(image.scanLine(y));
-        for (int x = 0; x < mask.width(); ++x)
+        for (int x = 0; x < mask.width(); ++x) {
             to[x] = shades[from[x]];
+        }
     }
     return image;
 }
@@ -86,8 +95,9 @@ void Shadow::draw(QPainter& painter, const QRectF& contentBounds,
                   const std::function<void(QPainter&)>& drawContent) const {
     // Work in the pixels of the screen, so that the blur is as fine as the text it belongs to.
     const double scale = std::sqrt(std::abs(painter.deviceTransform().determinant()));
-    if (contentBounds.isEmpty() || scale <= 0)
+    if (contentBounds.isEmpty() || scale <= 0) {
         return;
+    }
     const double deviation = blurRadius * kDeviationPerRadius * scale;
     const double reach = std::ceil(3 * deviation);
     const QPointF origin(std::floor(contentBounds.x() * scale) - reach,

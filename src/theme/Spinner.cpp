@@ -34,8 +34,9 @@ QSize Spinner::sizeHint() const {
 }
 
 void Spinner::paintEvent(QPaintEvent*) {
-    if (!spinning_)
+    if (!spinning_) {
         return;
+    }
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.translate(width() / 2.0, height() / 2.0);
@@ -52,15 +53,17 @@ void Spinner::paintEvent(QPaintEvent*) {
 }
 
 void Spinner::timerEvent(QTimerEvent* event) {
-    if (event->timerId() != timer_.timerId())
+    if (event->timerId() != timer_.timerId()) {
         return QWidget::timerEvent(event);
+    }
     step_ = (step_ + 1) % kSpokes;
     update();
 }
 
 void Spinner::showEvent(QShowEvent* event) {
-    if (spinning_)
+    if (spinning_) {
         timer_.start(kStepMilliseconds, this);
+    }
     QWidget::showEvent(event);
 }
 
@@ -70,7 +73,8 @@ void Spinner::hideEvent(QHideEvent* event) {
 }
 
 void Spinner::changeEvent(QEvent* event) {
-    if (event->type() == QEvent::FontChange)
+    if (event->type() == QEvent::FontChange) {
         updateGeometry();
+    }
     QWidget::changeEvent(event);
 }

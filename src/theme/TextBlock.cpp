@@ -18,8 +18,9 @@ TextBlock::TextBlock(const QString& text, const QFont& font, const Room& room, Q
     for (QChar& character : shown) {
         const bool endsLine = character == u'\n' || character == u'\r' || character == QChar::LineSeparator ||
                               character == QChar::ParagraphSeparator;
-        if (endsLine)
+        if (endsLine) {
             character = room.lines == 1 ? QChar(u' ') : QChar(QChar::LineSeparator);
+        }
     }
 
     QTextOption option(alignment | Qt::AlignAbsolute);
@@ -30,16 +31,18 @@ TextBlock::TextBlock(const QString& text, const QFont& font, const Room& room, Q
     body_.setTextOption(option);
     body_.setText(shown);
     layOut(room);
-    if (height_ > room.height)
+    if (height_ > room.height) {
         squeezeInto(room.height);
+    }
 }
 
 void TextBlock::layOut(const Room& room) {
     body_.beginLayout();
     while (lines_ < room.lines) {
         QTextLine line = lineOfWidth(body_, room.width);
-        if (!line.isValid())
+        if (!line.isValid()) {
             break;
+        }
         ++lines_;
         if (lines_ == room.lines && line.textStart() + line.textLength() < body_.text().size()) {
             body_.endLayout();
@@ -59,8 +62,9 @@ void TextBlock::append(QTextLine line) {
 void TextBlock::cutLastLine(int start, double width) {
     truncated_ = true;
     QString rest = body_.text().mid(start);
-    if (const auto lineEnd = rest.indexOf(QChar::LineSeparator); lineEnd >= 0)
+    if (const auto lineEnd = rest.indexOf(QChar::LineSeparator); lineEnd >= 0) {
         rest = rest.left(lineEnd) + QChar(0x2026);
+    }
     QTextOption option = body_.textOption();
     option.setWrapMode(QTextOption::NoWrap);
     cutLine_.setFont(body_.font());
@@ -74,8 +78,9 @@ void TextBlock::cutLastLine(int start, double width) {
 
 void TextBlock::squeezeInto(double height) {
     const QTextLine last = truncated_ ? cutLine_.lineAt(0) : body_.lineAt(lines_ - 1);
-    if (last.y() <= 0)
+    if (last.y() <= 0) {
         return;
+    }
     squeeze_ = (height - last.height()) / last.y();
     height_ = height;
     bounds_.setBottom(height);
@@ -83,10 +88,12 @@ void TextBlock::squeezeInto(double height) {
 
 void TextBlock::draw(QPainter& painter, const QPointF& topLeft) const {
     const int whole = truncated_ ? lines_ - 1 : lines_;
-    for (int i = 0; i < whole; ++i)
+    for (int i = 0; i < whole; ++i) {
         drawLine(body_.lineAt(i), topLeft, painter);
-    if (truncated_)
+    }
+    if (truncated_) {
         drawLine(cutLine_.lineAt(0), topLeft, painter);
+    }
 }
 
 void TextBlock::drawLine(const QTextLine& line, const QPointF& topLeft, QPainter& painter) const {

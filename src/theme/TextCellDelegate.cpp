@@ -18,14 +18,16 @@ void TextCellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
 
 bool TextCellDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view,
                                  const QStyleOptionViewItem& option, const QModelIndex& index) {
-    if (event->type() != QEvent::ToolTip || !index.isValid())
+    if (event->type() != QEvent::ToolTip || !index.isValid()) {
         return RowCellDelegate::helpEvent(event, view, option, index);
+    }
     VTCenteredTextCell shown = cell(option, index);
     const QRectF frame = shown.expansionFrameWithFrame(table_->cellFrame(option.rect));
-    if (frame.isEmpty())
+    if (frame.isEmpty()) {
         table_->expansionFrame().hide();
-    else
+    } else {
         table_->expansionFrame().showCell(shown, frame, option.rect);
+    }
     return true;
 }
 

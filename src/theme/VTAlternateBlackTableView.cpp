@@ -29,8 +29,9 @@ char16_t characterIgnoringModifiers(const QKeyEvent& event) {
     default:
         break;
     }
-    if (event.modifiers() & Qt::ControlModifier || event.text().isEmpty())
+    if (event.modifiers() & Qt::ControlModifier || event.text().isEmpty()) {
         return 0;
+    }
     return event.text().front().unicode();
 }
 
@@ -105,8 +106,9 @@ QRect VTAlternateBlackTableView::rectOfRow(int row) const {
 }
 
 int VTAlternateBlackTableView::selectedRow() const {
-    if (!selectionModel())
+    if (!selectionModel()) {
         return -1;
+    }
     const QModelIndexList rows = selectionModel()->selectedRows();
     return rows.isEmpty() ? -1 : rows.front().row();
 }
@@ -118,19 +120,21 @@ void VTAlternateBlackTableView::reset() {
 
 void VTAlternateBlackTableView::keyboardSearch(const QString& text) {
     const QModelIndex current = currentIndex();
-    if (searchColumn_ >= 0 && current.isValid())
+    if (searchColumn_ >= 0 && current.isValid()) {
         selectionModel()->setCurrentIndex(current.siblingAtColumn(searchColumn_),
                                           QItemSelectionModel::NoUpdate);
+    }
     QTableView::keyboardSearch(text);
 }
 
 void VTAlternateBlackTableView::drawRow(int row, QPainter& painter) {
     const bool highlighted =
         row == selectedRow() && selectionHighlightStyle_ != SelectionHighlightStyle::None;
-    if (highlighted)
+    if (highlighted) {
         drawSelection(row, painter);
-    else if (row % 2 == 0)
+    } else if (row % 2 == 0) {
         bandGradient().drawInRect(painter, rectOfRow(row), 90);
+    }
 }
 
 void VTAlternateBlackTableView::drawSelection(int row, QPainter& painter) const {
@@ -168,24 +172,29 @@ void VTAlternateBlackTableView::paintEvent(QPaintEvent* event) {
         const QRect area = event->rect();
         const int first = rowAt(area.top());
         int last = rowAt(area.bottom());
-        if (last < 0)
+        if (last < 0) {
             last = verticalHeader()->count() - 1;
-        if (first >= 0) {
-            for (int row = first; row <= last; ++row)
-                drawRow(row, painter);
-            if (gridLinesVisible_)
-                drawGrid(painter, first, last);
         }
-        if (hasFocus() && isActiveWindow())
+        if (first >= 0) {
+            for (int row = first; row <= last; ++row) {
+                drawRow(row, painter);
+            }
+            if (gridLinesVisible_) {
+                drawGrid(painter, first, last);
+            }
+        }
+        if (hasFocus() && isActiveWindow()) {
             drawFocus(painter);
+        }
     }
     QTableView::paintEvent(event);
 }
 
 // The base class reports those of all buttons.
 void VTAlternateBlackTableView::mouseDoubleClickEvent(QMouseEvent* event) {
-    if (event->button() == Qt::LeftButton)
+    if (event->button() == Qt::LeftButton) {
         QTableView::mouseDoubleClickEvent(event);
+    }
 }
 
 void VTAlternateBlackTableView::keyPressEvent(QKeyEvent* event) {
@@ -208,17 +217,20 @@ void VTAlternateBlackTableView::keyPressEvent(QKeyEvent* event) {
 
 QModelIndex VTAlternateBlackTableView::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) {
     // Home and End go to the first and last row; in one row there is nowhere to go.
-    if (action == MoveHome || action == MoveEnd)
+    if (action == MoveHome || action == MoveEnd) {
         modifiers |= Qt::ControlModifier;
+    }
     return QTableView::moveCursor(action, modifiers);
 }
 
 void VTAlternateBlackTableView::changeEvent(QEvent* event) {
     QTableView::changeEvent(event);
-    if (event->type() == QEvent::FontChange)
+    if (event->type() == QEvent::FontChange) {
         applyRowHeight();
-    if (event->type() == QEvent::ActivationChange)
+    }
+    if (event->type() == QEvent::ActivationChange) {
         viewport()->update();
+    }
 }
 
 void VTAlternateBlackTableView::scrollContentsBy(int dx, int dy) {

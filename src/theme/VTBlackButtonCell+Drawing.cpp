@@ -43,13 +43,15 @@ QPainterPath VTBlackButtonCell::capsule(const QRectF& frame) const {
 }
 
 theme::Gradient VTBlackButtonCell::faceGradient() const {
-    if (!isEnabled)
+    if (!isEnabled) {
         return disabledNormalGradient();
+    }
     constexpr unsigned kByColour = kChangeGrey | kChangeBackground;
     const bool showsWhetherItIsOn =
         showsStateBy == kByColour && (highlightsBy == kByColour || highlightsBy == (kByColour | kPushIn));
-    if (showsWhetherItIsOn)
+    if (showsWhetherItIsOn) {
         return state == 1 ? highlightGradient() : normalGradient();
+    }
     return isHighlighted ? pushedGradient() : normalGradient();
 }
 
@@ -73,21 +75,25 @@ void VTBlackButtonCell::drawRoundRectButtonInFrame(const QRectF& frame, QPainter
     painter.strokePath(path, linePen(strokeColor()));
     painter.restore();
 
-    if (imagePosition != ImagePosition::ImageOnly)
+    if (imagePosition != ImagePosition::ImageOnly) {
         drawTitle(attributedTitle, inset.translated(0, 1), painter);
-    if (imagePosition != ImagePosition::NoImage)
+    }
+    if (imagePosition != ImagePosition::NoImage) {
         drawImage(image, inset, painter);
+    }
 }
 
 QRectF VTBlackButtonCell::drawTitle(const AttributedTitle& title, const QRectF& frame,
                                     QPainter& painter) const {
     const QRectF textFrame(frame.x() + 5, frame.y(), frame.width() - 10, frame.height() - 2);
     AttributedTitle shown = title;
-    if (showsStateBy == 0 && highlightsBy == kContents && isHighlighted && attributedAlternateTitle)
+    if (showsStateBy == 0 && highlightsBy == kContents && isHighlighted && attributedAlternateTitle) {
         shown = *attributedAlternateTitle;
+    }
     if (showsStateBy == kContents && highlightsBy == (kContents | kPushIn) && state == 1 &&
-        attributedAlternateTitle)
+        attributedAlternateTitle) {
         shown = *attributedAlternateTitle;
+    }
     if (!shown.text.isEmpty()) {
         shown.foregroundColor = (isEnabled ? textColor() : disabledTextColor()).toQColor();
         ButtonCell::drawTitle(shown, textFrame, painter);

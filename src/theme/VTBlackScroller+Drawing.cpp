@@ -34,8 +34,9 @@ QPainterPath polygon(std::initializer_list<QPointF> points) {
 } // namespace
 
 void VTBlackScroller::drawRect(QPainter& painter, Part hitPart) {
-    if (!painter.isActive())
+    if (!painter.isActive()) {
         return;
+    }
     readArrowPosition();
     const ScrollerLayout layout = partLayout();
     horizontal_ = layout.isHorizontal();
@@ -48,8 +49,9 @@ void VTBlackScroller::drawRect(QPainter& painter, Part hitPart) {
     }
     painter.fillRect(rect(), Colour::calibratedWhite(0, 0.7).toQColor());
     drawKnobSlotInRect(rect(), true, painter);
-    if (usableParts_ == UsableParts::All)
+    if (usableParts_ == UsableParts::All) {
         drawKnob(painter);
+    }
     if (usableParts_ != UsableParts::None) {
         drawArrow(0, hitPart == Part::IncrementLine ? 0 : -1, painter);
         drawArrow(1, hitPart == Part::DecrementLine ? 1 : -1, painter);
@@ -60,8 +62,9 @@ void VTBlackScroller::drawRect(QPainter& painter, Part hitPart) {
 void VTBlackScroller::drawKnobSlotInRect(const QRectF& rectangle, bool /*highlight*/,
                                          QPainter& painter) const {
     scrollerTrackGradient().drawInRect(painter, rectangle, acrossAngle());
-    if (hasArrowsTogether())
+    if (hasArrowsTogether()) {
         drawCap(rectangle, painter);
+    }
 }
 
 // The near end of the track, hollowed out for the round end of the knob. The arcs leave out the
@@ -110,10 +113,11 @@ void VTBlackScroller::drawKnob(QPainter& painter) const {
 }
 
 void VTBlackScroller::drawArrow(int arrow, int highlightPart, QPainter& painter) const {
-    if (arrow == 0)
+    if (arrow == 0) {
         drawIncrementArrow(highlightPart != -1 && highlightPart != 1, painter);
-    else if (arrow == 1)
+    } else if (arrow == 1) {
         drawDecrementArrow(highlightPart != -1 && highlightPart != 0, painter);
+    }
 }
 
 void VTBlackScroller::drawDecrementArrow(bool highlighted, QPainter& painter) const {

@@ -49,14 +49,16 @@ QRect VTBlackScroller::rectForPart(Part part) const {
     const ScrollerLayout layout = partLayout();
     const bool isArrow = part == Part::DecrementLine || part == Part::IncrementLine;
     const UsableParts usable = layout.usableParts();
-    if (usable == UsableParts::None || (usable == UsableParts::OnlyArrows && !isArrow))
+    if (usable == UsableParts::None || (usable == UsableParts::OnlyArrows && !isArrow)) {
         return {};
+    }
     QRect rectangle = layout.rectForPart(part);
     if (isMirrored()) {
-        if (layout.isHorizontal())
+        if (layout.isHorizontal()) {
             rectangle.moveRight(width() - 1 - rectangle.left());
-        else
+        } else {
             rectangle.moveBottom(height() - 1 - rectangle.top());
+        }
     }
     return rectangle;
 }

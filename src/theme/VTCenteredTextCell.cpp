@@ -20,8 +20,9 @@ constexpr int kMostLines = 4;
 constexpr qsizetype kMostCharacters = 2000;
 
 QString displayed(const QString& text) {
-    if (text.size() <= kMostCharacters)
+    if (text.size() <= kMostCharacters) {
         return text;
+    }
     return text.left(kMostCharacters) + QChar(0x2026);
 }
 
@@ -39,27 +40,31 @@ theme::Shadow VTCenteredTextCell::titleShadow() {
 }
 
 QRectF VTCenteredTextCell::titleRectForBounds(const QRectF& bounds) {
-    if (!lineCount_)
+    if (!lineCount_) {
         lineCount_ = 1;
+    }
     const double width = bounds.width() - InterfaceFont::pixels(kTrailingGap);
     const QFont font = InterfaceFont::regular();
     const QString text = displayed(stringValue_);
     double height = 0;
-    if (hasShadow_)
+    if (hasShadow_) {
         height = std::ceil(TextBlock(text, font, {.lines = 1}).height());
-    else if (!text.isEmpty())
+    } else if (!text.isEmpty()) {
         height = TextBlock(text, font, interior(width, bounds.height())).height();
+    }
     return {bounds.x(), bounds.y() + (bounds.height() - height) * 0.5, width, bounds.height()};
 }
 
 void VTCenteredTextCell::drawInteriorWithFrame(const QRectF& frame, QPainter& painter) {
-    if (!painter.isActive())
+    if (!painter.isActive()) {
         return;
+    }
     const Placement place = placement(frame);
     drawText(textBlock(interior(place.title.width(), frame.height())), place.title.topLeft(), painter);
-    if (hasSubtitle())
+    if (hasSubtitle()) {
         drawSubtitle(subtitleBlock({.width = place.subtitle.width(), .lines = 1}), place.subtitle.topLeft(),
                      painter);
+    }
 }
 
 QRectF VTCenteredTextCell::expansionFrameWithFrame(const QRectF& frame) {
@@ -68,15 +73,17 @@ QRectF VTCenteredTextCell::expansionFrameWithFrame(const QRectF& frame) {
     const bool cut =
         textBlock(interior(place.title.width(), frame.height())).isTruncated() ||
         (hasSubtitle() && subtitleBlock({.width = place.subtitle.width(), .lines = 1}).isTruncated());
-    if (!cut)
+    if (!cut) {
         return {0, 0, widening, 0};
+    }
 
     double width = place.title.width();
     if (hasShadow_) {
         width = textBlock({}).bounds().width();
-        if (hasSubtitle())
+        if (hasSubtitle()) {
             width =
                 std::max(width, subtitleBlock({}).bounds().width() + InterfaceFont::pixels(kSubtitleIndent));
+        }
         width = std::ceil(width);
     }
     width += widening;
@@ -86,8 +93,9 @@ QRectF VTCenteredTextCell::expansionFrameWithFrame(const QRectF& frame) {
 
 double VTCenteredTextCell::expandedHeight(double width) const {
     const double textWidth = width - InterfaceFont::pixels(kExpansionWidening);
-    if (!hasSubtitle())
+    if (!hasSubtitle()) {
         return textBlock({.width = textWidth}).height();
+    }
     return expandedSubtitleTop(textWidth) + subtitleBlock({.width = textWidth}).height();
 }
 
@@ -101,8 +109,9 @@ void VTCenteredTextCell::drawWithExpansionFrame(const QRectF& frame, QPainter& p
     const double width = frame.width() - widening;
     const QPointF topLeft = frame.topLeft() + QPointF(beginsAtRight() ? widening : 0, 0);
     drawText(textBlock({.width = width}), topLeft, painter);
-    if (!hasSubtitle())
+    if (!hasSubtitle()) {
         return;
+    }
     const double indent = InterfaceFont::pixels(beginsAtRight() ? -kSubtitleIndent : kSubtitleIndent);
     drawSubtitle(subtitleBlock({.width = width}), topLeft + QPointF(indent, expandedSubtitleTop(width)),
                  painter);
@@ -110,8 +119,9 @@ void VTCenteredTextCell::drawWithExpansionFrame(const QRectF& frame, QPainter& p
 
 VTCenteredTextCell::Placement VTCenteredTextCell::placement(const QRectF& frame) {
     QRectF title = titleRectForBounds(frame);
-    if (hasSubtitle())
+    if (hasSubtitle()) {
         title.translate(0, -InterfaceFont::pixels(kSubtitleRaise));
+    }
     const double indent = beginsAtRight() ? -kSubtitleIndent : kSubtitleIndent;
     return {title, title.translated(InterfaceFont::pixels(indent), InterfaceFont::pixels(kSubtitleDrop))};
 }
@@ -121,8 +131,9 @@ bool VTCenteredTextCell::beginsAtRight() const {
 }
 
 TextBlock::Room VTCenteredTextCell::interior(double width, double height) const {
-    if (hasShadow_)
+    if (hasShadow_) {
         return {.width = width, .lines = 1};
+    }
     // A half line too little is made up for by moving the lines closer, so that the standard row has room
     // for four.
     const double lines = std::round(height / QFontMetricsF(InterfaceFont::regular()).lineSpacing());

@@ -15,8 +15,9 @@ WrappedLabel::WrappedLabel(QWidget* parent) : QLabel(parent) {
 
 TextBlock WrappedLabel::block(double width) const {
     Qt::Alignment side = text().isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft;
-    if (alignment() & Qt::AlignHCenter)
+    if (alignment() & Qt::AlignHCenter) {
         side = Qt::AlignHCenter;
+    }
     return {text(), font(), {.width = width}, side};
 }
 

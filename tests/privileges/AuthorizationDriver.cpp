@@ -10,8 +10,9 @@
 //
 // To the controller, whose answer is 0 or 1 where it is yes or no:
 //     start, startWithUser USER LENGTH, end, silent, isHeld
-//     remove PATH, trash PATH, trashContents PATH, deleteContents PATH, move PATH PATH, moveContents PATH
-//     PATH, copy PATH PATH, makeFolder PATH exec start|end TOOL [ARGUMENT...]
+//     remove PATH, trash PATH, trashContents PATH, move PATH PATH, moveContents PATH PATH,
+//     copy PATH PATH, makeFolder PATH
+//     exec start|end TOOL [ARGUMENT...]
 
 #include "VTAuthorization.h"
 #include "VTLog.h"
@@ -144,7 +145,6 @@ private:
             {"remove", [&] { return controller.authRemoveFile(path); }},
             {"trash", [&] { return controller.authTrashFile(path); }},
             {"trashContents", [&] { return controller.authTrashFolderContents(path); }},
-            {"deleteContents", [&] { return controller.authTrashFolderContents(path, true); }},
             {"moveContents", [&] { return controller.authMoveFolderContents(path, other); }},
             {"move", [&] { return controller.authMoveFile(path, other); }},
             {"copy", [&] { return controller.authCopyFile(path, other); }},

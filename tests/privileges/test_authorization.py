@@ -19,6 +19,8 @@ REFUSED_BY_RULE = GRANTED_BY_RULE.replace("Result.YES", "Result.NO")
 MESSAGE = ("The Launcher wants to change files or run repair tools with administrator rights. "
            f"For the next few minutes it will not ask again. Command: {HELPER}")
 
+FUTEX = {"x86_64": "202", "aarch64": "98"}[os.uname().machine]  # the system call
+
 setUpModule = Bus.start
 
 
@@ -61,7 +63,7 @@ class AuthorizationTest(unittest.TestCase):
         def has_decided():
             """The ninth waits for its turn, or is started."""
             call = (self.driver.folder / "syscall").read_text().split()[0]
-            return call == "202" or len(self.driver.children()) > 8  # futex
+            return call == FUTEX or len(self.driver.children()) > 8
 
         wait_until(has_decided, "the ninth")
         self.assertFalse(self.driver.answers_now())

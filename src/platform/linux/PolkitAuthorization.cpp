@@ -1,5 +1,6 @@
 #include "PolkitAuthorization.h"
 
+#include "Account.h"
 #include "FileDescriptor.h"
 #include "OnDemand.h"
 #include "PasswordAgent.h"
@@ -8,7 +9,6 @@
 
 #include <array>
 #include <fcntl.h>
-#include <pwd.h>
 #include <string_view>
 #include <sys/wait.h>
 #include <system_error>
@@ -80,15 +80,6 @@ std::optional<PolkitService::Answer> askPolkit() {
     return subject ? PolkitService::check(*subject) : std::nullopt;
 }
 
-std::optional<uid_t> userNamed(const std::string& name) {
-    constexpr std::size_t kLongestEntry = 65536;
-    std::vector<char> texts(kLongestEntry);
-    passwd entry{};
-    passwd* found = nullptr;
-    ::getpwnam_r(name.c_str(), &entry, texts.data(), texts.size(), &found);
-    return found ? std::optional(found->pw_uid) : std::nullopt;
-}
-
 Status statusOf(PrivilegedTools::Outcome outcome) {
     switch (outcome) {
     case PrivilegedTools::Outcome::Started:
@@ -142,13 +133,14 @@ bool isTakenWhole(std::string_view text) {
 }
 
 Status authorize(Authorization::Credentials& administrator, const std::optional<PolkitProcess>& subject) {
-    const auto user = userNamed(administrator.user);
-    if (!user || !subject) {
+    const auto account = accountNamed(administrator.user);
+    if (!account || !subject) {
         return PolkitAuthorization::kDenied;
     }
     auto* authorize = reinterpret_cast<AuthorizeWithPassword*>(
         functionOnDemand("vt_password_agent.so", "vtAuthorizeWithPassword"));
-    switch (authorize ? authorize(*subject, *user, administrator.password) : PasswordVerdict::None) {
+    switch (authorize ? authorize(*subject, account->userID, administrator.password)
+                      : PasswordVerdict::None) {
     case PasswordVerdict::Right:
         return 0;
     case PasswordVerdict::Wrong:

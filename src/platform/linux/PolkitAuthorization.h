@@ -23,7 +23,7 @@ namespace platform {
 // are accepted there by `copyRights`, but `execute` runs nothing by them.
 class PolkitAuthorization : public Authorization {
 public:
-    // `kUnavailable`: no polkit, no pkexec, no helper, or none that answers.
+    // `kUnavailable` is no polkit, no pkexec, no helper, or none that answers.
     static constexpr Status kNotStarted = -60031; // the tool was refused, or could not be started
 
     // How to wait: does the work, which may take as long as people take to answer, and returns when it is

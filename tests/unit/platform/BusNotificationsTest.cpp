@@ -124,6 +124,17 @@ protected:
         succeed(sd_bus_emit_signal(sender, path, kInterface, "Posted", "ssa{sv}", name, "", 0), "emit");
     }
 
+    // To one receiver alone, with further values behind an empty dictionary.
+    template <typename... Values>
+    static void emitTo(const std::string& receiver, sd_bus* sender, const char* path, const char* signature,
+                       const char* name, Values... more) {
+        sd_bus_message* made = nullptr;
+        succeed(sd_bus_message_new_signal(sender, &made, path, kInterface, "Posted"), "signal");
+        succeed(sd_bus_message_append(made, signature, name, "", 0, more...), "append");
+        sd_bus_send_to(sender, made, receiver.c_str(), nullptr);
+        sd_bus_message_unref(made);
+    }
+
     std::unique_ptr<PrivateBus> bus = std::make_unique<PrivateBus>();
     std::unique_ptr<BusInspection> inspection = std::make_unique<BusInspection>(*bus);
     Heard heard; // outlives the observers
@@ -215,11 +226,9 @@ TEST_F(BusNotificationsTest, AFloodOfOthersNeverReachesTheMainThread) {
         succeed(sd_bus_emit_signal(sender.get(), kPath, kInterface, "Posted", "ss", kName, ""), "emit");
         // To the listener alone, which the bus hands on whatever was asked for.
         for (const auto& name : listener) {
-            sd_bus_message* made = nullptr;
-            succeed(sd_bus_message_new_signal(sender.get(), &made, kPath, kInterface, "Posted"), "signal");
-            succeed(sd_bus_message_append(made, "ssa{sv}", "AnotherName", "", 0), "append");
-            sd_bus_send_to(sender.get(), made, name.c_str(), nullptr);
-            sd_bus_message_unref(made);
+            emitTo(name, sender.get(), kPath, "ssa{sv}", "AnotherName");
+            emitTo(name, sender.get(), "/com/vantorel/Elsewhere", "ssa{sv}", kName);
+            emitTo(name, sender.get(), kPath, "ssa{sv}s", kName, "more");
         }
     }
     EXPECT_EQ(mainThread->given(), 0U);

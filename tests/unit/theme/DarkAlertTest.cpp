@@ -233,6 +233,17 @@ TEST(DarkAlertTest, FarTooLongTextsLoseTheirMiddle) {
     EXPECT_TRUE(alert.findChildren<WrappedLabel*>().constFirst()->text().endsWith(" cannot be launched."));
 }
 
+// A character that takes two units of UTF-16 is left out as a whole.
+TEST(DarkAlertTest, NoHalfOfACharacterIsLeft) {
+    const auto clapper = QStringLiteral("\U0001F3AC");
+    for (const auto* before : {"", "n"}) {
+        const DarkAlert alert(QString::fromLatin1(before) + clapper.repeated(100'000), QString());
+        const auto text = alert.findChildren<WrappedLabel*>().constFirst()->text();
+        EXPECT_TRUE(text.contains(QChar(0x2026)));
+        EXPECT_TRUE(text.isValidUtf16()) << before;
+    }
+}
+
 TEST(DarkAlertTest, StandsOnTheWindowsGradient) {
     DarkAlert alert(QStringLiteral("Title"), QStringLiteral("Message"));
     alert.show();

@@ -50,7 +50,7 @@ class InstanceTest(DesktopTest):
         launcher = self.open_panel()
         self.hide(launcher)
         again = self.launch(root=launcher.root, home=launcher.home)
-        self.assertEqual(again.wait_for_exit(limit=5), 0)
+        self.assertEqual(again.wait_for_exit(), 0)
         launcher.wait_until_back()
         self.assertEqual(again.standard_error(), "")
         launcher.press("ctrl+q")
@@ -65,7 +65,7 @@ class InstanceTest(DesktopTest):
         self.addCleanup(other.wait)
         wait_until(lambda: active_process() == other.pid, "the tool with the keyboard")
         again = self.launch(root=launcher.root, home=launcher.home)
-        self.assertEqual(again.wait_for_exit(limit=5), 0)
+        self.assertEqual(again.wait_for_exit(), 0)
         launcher.wait_until_back()
         self.tool.end()
 
@@ -150,7 +150,7 @@ class InstanceTest(DesktopTest):
         other = self.launch(**place)  # with a log of its own
         other.wait_for_catalogue()
         again = self.launch(**place)
-        self.assertEqual(again.wait_for_exit(limit=5), 0)
+        self.assertEqual(again.wait_for_exit(), 0)
         self.assertIsNone(first.process.poll())
 
         server.terminate()

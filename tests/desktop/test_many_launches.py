@@ -24,9 +24,9 @@ class ManyLaunchesTest(DesktopTest):
         self.addCleanup(watch.end)
 
         def launch(times):
-            wait_until(launcher.is_active, "the panel with the keyboard", limit=10)
+            wait_until(launcher.is_active, "the panel with the keyboard")
             xdotool("key", "Return")
-            wait_until(lambda: watch.times_back() == times, f"the panel back after {times} launches", limit=10)
+            wait_until(lambda: watch.times_back() == times, f"the panel back after {times} launches")
 
         warm_up = 3
         for times in range(1, warm_up + 1):

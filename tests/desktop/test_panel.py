@@ -54,7 +54,7 @@ class PanelTest(DesktopTest):
 
     def wait_for_rows(self, launcher, rows):
         try:
-            wait_until(lambda: launcher.rows() == rows, "the expected rows", limit=15)
+            wait_until(lambda: launcher.rows() == rows, "the expected rows")
         except AssertionError:
             self.assertEqual(launcher.rows(), rows)
 

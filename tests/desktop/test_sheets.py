@@ -92,7 +92,7 @@ class SheetTest(DesktopTest):
             with self.subTest(number):
                 self.open_sheet()
                 os.kill(self.launcher.process.pid, number)
-                self.assertEqual(self.launcher.wait_for_exit(limit=10), 0, self.launcher.standard_error())
+                self.assertEqual(self.launcher.wait_for_exit(), 0, self.launcher.standard_error())
                 self.assert_log_is_whole(self.launcher)
                 self.assertRegex(self.launcher.log_entries()[-1],
                                  r"^(Asking user what to do\.\.\.|User cancelled Purgel)$")

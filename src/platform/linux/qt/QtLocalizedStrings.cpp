@@ -12,10 +12,21 @@ std::string QtLocalizedStrings::localizedString(const std::string& key) {
 }
 
 void installTranslations(const std::string& folder) {
+    const QLocale chosen;
+    if (chosen.language() == QLocale::C) {
+        return;
+    }
     auto* translator = new QTranslator(QCoreApplication::instance());
-    if (translator->load(QLocale(), QStringLiteral("Launcher"), QStringLiteral("_"),
-                         QFile::decodeName(folder.c_str()))) {
-        QCoreApplication::installTranslator(translator);
+    for (const auto& name : chosen.uiLanguages()) {
+        const QLocale language(name);
+        if (language.language() == QLocale::English) {
+            return; // the keys themselves
+        }
+        if (translator->load(language, QStringLiteral("Launcher"), QStringLiteral("_"),
+                             QFile::decodeName(folder.c_str()))) {
+            QCoreApplication::installTranslator(translator);
+            return;
+        }
     }
 }
 

@@ -11,7 +11,8 @@ public:
 };
 
 // Has Qt's translators read `folder`/Launcher_<language>.qm for the first of the user's languages that there
-// is one for; without one everything stays English. Once, on the main thread.
+// is one for. Everything stays English without one, where English comes before it, and in the locale "C".
+// Once, on the main thread.
 void installTranslations(const std::string& folder);
 
 } // namespace platform

@@ -30,18 +30,22 @@ std::optional<std::string> BindingFile::path() {
     return VTLocalPaths::appending(VTLocalPaths::prefsDirectory(true), kFileName);
 }
 
-std::optional<BindingFile> BindingFile::read() {
-    const auto file = path();
-    auto root = file ? platform::dictionaryWithContentsOfFile(*file) : std::nullopt;
-    if (!root) {
-        return std::nullopt;
-    }
+BindingFile BindingFile::read() {
     BindingFile bindings;
+    const auto file = path();
+    if (!file || !platform::current().fileManager->fileExists(*file)) {
+        return bindings;
+    }
+    auto root = platform::dictionaryWithContentsOfFile(*file);
+    if (!root) {
+        bindings.found_ = Found::Damage;
+        return bindings;
+    }
     if (auto list = root->extract(kWatchlist); !list.empty() && list.mapped().array()) {
         bindings.watchlist_ = std::get<PropertyList::Array>(std::move(list.mapped()).takeValue());
     }
     bindings.root_ = std::move(*root);
-    bindings.wasRead_ = true;
+    bindings.found_ = Found::Bindings;
     return bindings;
 }
 
@@ -76,7 +80,7 @@ void BindingFile::write() const {
         const auto bytes =
             platform::serializePropertyList(std::move(root), platform::PropertyListFormat::Xml);
         fileManager.createDirectory(*VTLocalPaths::prefsDirectory(true)); // writing fails if that does
-        if (!wasRead_ && fileManager.fileExists(*file)) {
+        if (found_ == Found::Damage && fileManager.fileExists(*file)) {
             platform::replaceDamagedFile(*file, bytes);
         } else {
             fileManager.writeAtomically(*file, bytes);

@@ -30,10 +30,9 @@ public:
     // com.vantorel.shortcutkeys.plist in the user's preferences; absent where there is no such folder.
     static std::optional<std::string> path();
 
-    // Absent when the file is missing or cannot be read.
-    static std::optional<BindingFile> read();
-
-    BindingFile() = default; // without any entry
+    // Without any entry when the file is missing or cannot be read.
+    static BindingFile read();
+    bool wasRead() const { return found_ == Found::Bindings; }
 
     const PropertyList::Array& watchlist() const { return watchlist_; }
 
@@ -46,7 +45,11 @@ public:
     void write() const;
 
 private:
+    enum class Found { Nothing, Damage, Bindings };
+
+    BindingFile() = default;
+
     PropertyList::Dictionary root_; // without the list
     PropertyList::Array watchlist_;
-    bool wasRead_ = false;
+    Found found_ = Found::Nothing;
 };

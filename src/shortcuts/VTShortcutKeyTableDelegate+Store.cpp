@@ -27,7 +27,7 @@ void VTShortcutKeyTableDelegate::setKeyboardShortcutWithID(const std::optional<s
                                                            const std::optional<PropertyList::Array>& params,
                                                            std::uint64_t keycode, bool shift, bool cmd,
                                                            bool opt, bool ctrl) {
-    auto bindings = BindingFile::read().value_or(BindingFile());
+    auto bindings = BindingFile::read();
     const auto own = bundleIdentifier();
     if (commandID) {
         bindings.removeFirst(own, "commandid", PropertyList(*commandID));
@@ -70,11 +70,11 @@ void VTShortcutKeyTableDelegate::keyChanged(const platform::Notification& notifi
 void VTShortcutKeyTableDelegate::keyCleared() {
     if (auto* record = selectedRecord()) {
         record->erase("keyname");
-        if (auto bindings = BindingFile::read()) {
+        if (auto bindings = BindingFile::read(); bindings.wasRead()) {
             const auto command = stringForKey(*record, "id");
-            bindings->removeFirst(bundleIdentifier(), "commandid",
-                                  command ? std::optional<PropertyList>(*command) : std::nullopt);
-            bindings->write();
+            bindings.removeFirst(bundleIdentifier(), "commandid",
+                                 command ? std::optional<PropertyList>(*command) : std::nullopt);
+            bindings.write();
         }
         postReload();
     }

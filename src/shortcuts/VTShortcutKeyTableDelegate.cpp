@@ -77,11 +77,8 @@ void VTShortcutKeyTableDelegate::populateKeyData() {
 
 void VTShortcutKeyTableDelegate::applyBindings(CommandRecords& records) const {
     const auto bindings = BindingFile::read();
-    if (!bindings) {
-        return;
-    }
     const auto own = bundleIdentifier();
-    for (const auto& item : bindings->watchlist()) {
+    for (const auto& item : bindings.watchlist()) {
         const auto* entry = item.dictionary();
         if (!entry || stringForKey(*entry, "bundleid") != own) {
             continue;

@@ -151,6 +151,28 @@ TEST_F(ShortcutStoreTest, ADamagedFileIsReplacedAndKeptAside) {
     }
 }
 
+// The last who writes wins; what the other wrote was not damaged.
+TEST_F(ShortcutStoreTest, AFileMadeSinceTheReadIsReplacedAndNotKeptAside) {
+    auto bindings = BindingFile::read();
+    writeBindings({{"watchlist", Array{entry("com.vantorel.Tallowby", 1, 0, "show")}}});
+    bindings.append(entry(kOwn, 45, 0x0300, "show"));
+    bindings.write();
+    EXPECT_EQ(watchlist(), Array{entry(kOwn, 45, 0x0300, "show")});
+    const auto folder = std::filesystem::path(bindingPath()).parent_path();
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 1);
+    EXPECT_THAT(sandbox::console().lines(), IsEmpty());
+}
+
+TEST_F(ShortcutStoreTest, WhereADamagedFileIsGoneByNowThereIsNothingToKeepAside) {
+    sandbox::writeFile(bindingPath(), "<plist><dict>");
+    auto bindings = BindingFile::read();
+    std::filesystem::remove(bindingPath());
+    bindings.append(entry(kOwn, 45, 0x0300, "show"));
+    bindings.write();
+    EXPECT_EQ(watchlist(), Array{entry(kOwn, 45, 0x0300, "show")});
+    EXPECT_THAT(sandbox::console().lines(), IsEmpty());
+}
+
 TEST_F(ShortcutStoreTest, TheFileIsWrittenBeforeTheEventAndTheManager) {
     std::vector<std::size_t> entries;
     std::vector<int> setupsBefore;

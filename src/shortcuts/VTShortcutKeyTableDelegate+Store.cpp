@@ -49,6 +49,9 @@ void VTShortcutKeyTableDelegate::setKeyboardShortcutWithID(const std::optional<s
 }
 
 void VTShortcutKeyTableDelegate::keyChanged(const platform::Notification& notification) {
+    if (isHandingOff_) {
+        return;
+    }
     const auto& userInfo = notification.userInfo;
     auto* record = userInfo.empty() ? nullptr : selectedRecord();
     if (record) {
@@ -68,6 +71,9 @@ void VTShortcutKeyTableDelegate::keyChanged(const platform::Notification& notifi
 }
 
 void VTShortcutKeyTableDelegate::keyCleared() {
+    if (isHandingOff_) {
+        return;
+    }
     if (auto* record = selectedRecord()) {
         record->erase("keyname");
         if (auto bindings = BindingFile::read(); bindings.wasRead()) {
@@ -92,7 +98,7 @@ VTShortcutKeyTableDelegate::PropertyList::Dictionary* VTShortcutKeyTableDelegate
                : nullptr;
 }
 
-void VTShortcutKeyTableDelegate::handOffToManager() const {
+void VTShortcutKeyTableDelegate::handOffToManager() {
     const auto manager = installedManager();
     if (!manager) {
         platform::current().consoleLog->log("Unable to setup shortcut keys - shortcut key manager doesn't "
@@ -102,7 +108,9 @@ void VTShortcutKeyTableDelegate::handOffToManager() const {
     const auto run = [path = *manager] { VTTaskEx::runTask(path, {"-setup"}, kManagerTimeLimit); };
     // A copy: what stands behind the outlets may be replaced while the loop runs.
     if (const auto wait = outlets_.waitWithoutInput) {
+        isHandingOff_ = true;
         wait(run, kManagerTimeLimit + kPatience);
+        isHandingOff_ = false;
     } else {
         run();
     }

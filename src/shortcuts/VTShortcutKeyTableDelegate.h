@@ -72,7 +72,7 @@ public:
     std::shared_ptr<outlet::FieldEditor> windowWillReturnFieldEditor(const void* client) const;
 
     // --- The store (VTShortcutKeyTableDelegate+Store.cpp). These return once the manager has, or has been
-    // ended after ten seconds.
+    // ended after ten seconds. What the user asks for meanwhile, through whatever interface, is ignored.
 
     // Puts a new binding in the place of this application's first one of the command, or, without an
     // identifier, of the first one with these parameters. What cannot be written goes unnoticed.
@@ -108,11 +108,12 @@ private:
     std::string bundleIdentifier() const;
     void applyBindings(CommandRecords& records) const;
     PropertyList::Dictionary* selectedRecord();
-    void handOffToManager() const;
+    void handOffToManager();
 
     std::optional<platform::Bundle> bundle_ = platform::Bundle::main();
     ShortcutOutlets outlets_;
     CommandRecords dataArray_;
     std::shared_ptr<outlet::FieldEditor> vtFieldEditor_;
+    bool isHandingOff_ = false;
     std::vector<platform::NotificationCenter::Observation> observations_; // two for each load
 };

@@ -102,6 +102,17 @@ protected:
         return view->model()->index(row, ShortcutModel::ShortcutKey).data().toString();
     }
 
+    // To be called before a key is typed.
+    void whileTheManagerRuns(const std::function<void()>& work) {
+        QMetaObject::invokeMethod(
+            &window,
+            [work] {
+                EXPECT_TRUE(QGuiApplication::overrideCursor()); // input is blocked
+                work();
+            },
+            Qt::QueuedConnection);
+    }
+
     // So that about two rows are seen at once.
     void makeLow() {
         container->resize(container->width(), container->height() - view->viewport()->height() + 75);
@@ -267,6 +278,27 @@ TEST_F(LoadedEditorTest, ACapturedKeyIsStoredAndEndsTheEdit) {
     EXPECT_EQ(watchlist(), Array{entry(kOwn, 45, 0x0100, "reload")});
     EXPECT_EQ(setups(), 1);
     EXPECT_EQ(reloadEvents(), 1);
+}
+
+TEST_F(LoadedEditorTest, TheKeyboardIsLetGoBeforeTheManagerRuns) {
+    view->selectRow(1);
+    view->editSelectedShortcut();
+    EXPECT_EQ(QWidget::keyboardGrabber(), fieldEditor());
+    bool isGrabbed = true;
+    whileTheManagerRuns([&] { isGrabbed = QWidget::keyboardGrabber() != nullptr; });
+    type(*fieldEditor(), Qt::Key_K);
+    EXPECT_FALSE(isGrabbed);
+}
+
+// As a screen reader does it, without a click.
+TEST_F(LoadedEditorTest, TheButtonDoesNothingWhileTheManagerRuns) {
+    view->selectRow(1);
+    view->editSelectedShortcut();
+    whileTheManagerRuns([&] { window.findChild<QAbstractButton*>("clearShortcutKey")->click(); });
+    type(*fieldEditor(), Qt::Key_K, Qt::MetaModifier);
+    EXPECT_EQ(shortcut(1), "Cmd+K");
+    EXPECT_EQ(watchlist(), Array{entry(kOwn, 45, 0x0100, "reload")});
+    EXPECT_EQ(setups(), 1);
 }
 
 TEST_F(LoadedEditorTest, ReturnAndF2AndADoubleClickBeginAnEdit) {

@@ -47,5 +47,32 @@ TEST_F(ShortcutTest, TheManagerRunsOnTheWorkerThatTheInterfaceWaitsFor) {
                            }});
     controller.setKeyboardShortcutWithID("show", std::nullopt, 45, true, true, false, false);
     controller.clearShortcutKey();
+
+// The interface keeps keys and clicks away, but not what a screen reader does.
+TEST_F(ShortcutTest, WhatIsAskedForWhileTheManagerRunsIsIgnored) {
+    int waits = 0;
+    auto& controller = load();
+    controller.setOutlets({.shortcutKeyTableView = table, .waitWithoutInput = [&](auto work, double) {
+                               if (++waits == 1) {
+                                   controller.clearShortcutKey();
+                                   clear();
+                                   press(24, false, false, false, true);
+                               }
+                               std::thread(work).join();
+                           }});
+    table->row = 0;
+    const int reloads = table->reloads;
+    press(45, true, false, false, true);
+    EXPECT_EQ(waits, 1);
+    EXPECT_EQ(setups(), 1);
+    EXPECT_EQ(reloadEvents(), 1);
+    EXPECT_EQ(watchlist(), Array{entry(kOwn, 45, 0x0300, "show")});
+    EXPECT_EQ(controller.objectValueForTableColumn("shortcutkey", 0), "Shift+Cmd+K");
+    EXPECT_EQ(table->reloads, reloads);
+    EXPECT_EQ(table->endedEdits.size(), 1U);
+    controller.clearShortcutKey(); // as ever
+    EXPECT_EQ(waits, 2);
+    EXPECT_THAT(watchlist(), testing::IsEmpty());
+}
     EXPECT_EQ(waits, 2);
 }

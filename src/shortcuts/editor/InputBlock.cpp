@@ -1,18 +1,11 @@
 #include "InputBlock.h"
 
-#include "Platform.h"
+#include "PatientWait.h"
 
 #include <QCursor>
 #include <QEvent>
-#include <QEventLoop>
 #include <QGuiApplication>
-#include <QTimer>
-#include <chrono>
 #include <cmath>
-#include <memory>
-#include <system_error>
-#include <thread>
-#include <utility>
 
 InputBlock::InputBlock() {
     QGuiApplication::setOverrideCursor(QCursor(Qt::BusyCursor));
@@ -58,22 +51,5 @@ bool InputBlock::eventFilter(QObject* receiver, QEvent* event) {
 
 void waitWithoutInput(const std::function<void()>& work, double seconds) {
     const InputBlock block;
-    const auto loop = std::make_shared<QEventLoop>();
-    try {
-        std::thread([work, waiting = std::weak_ptr(loop)] {
-            work();
-            platform::current().mainThread->perform(
-                [waiting] {
-                    if (const auto stillThere = waiting.lock()) {
-                        stillThere->quit();
-                    }
-                },
-                platform::Wait::No);
-        }).detach();
-    } catch (const std::system_error&) {
-        work(); // no thread is to be had
-        return;
-    }
-    QTimer::singleShot(std::chrono::milliseconds(std::lround(seconds * 1000)), loop.get(), &QEventLoop::quit);
-    loop->exec();
+    platform::waitInLoop(work, QEventLoop::AllEvents, std::chrono::milliseconds(std::lround(seconds * 1000)));
 }

@@ -3,7 +3,7 @@
 #include "Threads.h"
 
 #include <QCoreApplication>
-#include <QEventLoop>
+#include <QTimer>
 #include <memory>
 #include <mutex>
 #include <system_error>
@@ -31,7 +31,8 @@ struct Rendezvous {
 
 } // namespace
 
-bool waitPatiently(const std::function<void()>& work) {
+bool waitInLoop(const std::function<void()>& work, QEventLoop::ProcessEventsFlags events,
+                std::optional<std::chrono::milliseconds> limit) {
     if (!isMainThread() || !QCoreApplication::instance()) {
         work();
         return true;
@@ -48,10 +49,17 @@ bool waitPatiently(const std::function<void()>& work) {
         work(); // without a thread there is only this one
         return true;
     }
-    loop.exec(QEventLoop::ExcludeUserInputEvents);
+    if (limit) {
+        QTimer::singleShot(*limit, &loop, &QEventLoop::quit);
+    }
+    loop.exec(events);
     std::lock_guard lock(rendezvous->mutex);
     rendezvous->loop = nullptr;
     return rendezvous->isDone;
+}
+
+bool waitPatiently(const std::function<void()>& work) {
+    return waitInLoop(work, QEventLoop::ExcludeUserInputEvents);
 }
 
 } // namespace platform

@@ -70,7 +70,8 @@ void VTShortcutKeyFieldEditor::keyDown(const QKeyEvent& event) {
     }
     // Nobody else should be without a keyboard for as long as the manager takes.
     releaseKeyboard();
-    setPlaceholderText({});
+    hasKey_ = true;
+    update();
     const auto keycode = static_cast<std::uint16_t>(event.nativeScanCode());
     platform::current().notificationCenter->post(
         {.name = VTShortcutKeyTableDelegate::kKeyChanged,
@@ -83,7 +84,7 @@ void VTShortcutKeyFieldEditor::keyDown(const QKeyEvent& event) {
 
 void VTShortcutKeyFieldEditor::showEvent(QShowEvent* event) {
     QLineEdit::showEvent(event);
-    setPlaceholderText(accessibleDescription());
+    hasKey_ = false;
     grabKeyboard();
 }
 
@@ -104,9 +105,11 @@ void VTShortcutKeyFieldEditor::paintEvent(QPaintEvent*) {
     painter.setPen(QPen(DarkPalette::focusColor(), 1.5));
     painter.setBrush(QColor(0x14, 0x15, 0x17));
     painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), 4, 4);
-    painter.setPen(DarkPalette::secondaryTextColor());
-    painter.setFont(InterfaceFont::regular());
-    const int margin = qRound(InterfaceFont::pixels(8));
-    painter.drawText(rect().adjusted(margin, 0, -margin, 0), Qt::AlignVCenter | Qt::AlignLeft,
-                     placeholderText());
+    if (!hasKey_) {
+        painter.setPen(DarkPalette::secondaryTextColor());
+        painter.setFont(InterfaceFont::regular());
+        const int margin = qRound(InterfaceFont::pixels(8));
+        painter.drawText(rect().adjusted(margin, 0, -margin, 0), Qt::AlignVCenter | Qt::AlignLeft,
+                         accessibleDescription());
+    }
 }

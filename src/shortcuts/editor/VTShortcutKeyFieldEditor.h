@@ -22,4 +22,6 @@ protected:
 
 private:
     void keyDown(const QKeyEvent& event);
+
+    bool hasKey_ = false; // the hint goes once there is one
 };

@@ -5,8 +5,8 @@
 
 For each layout this folder gets the compiled keymap, LAYOUT.xkb, and LAYOUT.names with a line for each key: its
 code, a tab, and what the editor of shortcuts calls it with no modifiers. With --check nothing is written, but
-names that would change are told, with exit status 1. Nothing of the Launcher's own code is used: the keymap's text is read here, and what a keysym
-stands for is told below.
+names that would change are told, with exit status 1. Nothing of the Launcher's own code is used: the keymap's
+text is read here, and what a keysym stands for is told below.
 """
 
 import pathlib

@@ -293,11 +293,16 @@ TEST_F(ShortcutStoreTest, AMissingManagerIsToldToTheConsoleOnceTheRestIsDone) {
 }
 
 TEST_F(ShortcutStoreTest, WhatTheManagerDoesIsNotLookedAt) {
-    for (const char* script : {"#!/bin/sh\nexit 3\n", "#!/bin/sh\nkill -SEGV $$\n",
-                               "#!/bin/sh\nhead -c 3000000 /dev/zero; head -c 3000000 /dev/zero >&2\n"}) {
-        installManager(script);
-        bind("show");
-        EXPECT_EQ(watchlist().size(), 1U);
+    const std::string note = "echo \"$0\" >> '" + notes() + "'\n";
+    std::string noted;
+    std::uint64_t keycode = 45;
+    for (const auto& script : {note + "exit 3\n", note + "kill -SEGV $$\n",
+                               "head -c 3000000 /dev/zero; head -c 3000000 /dev/zero >&2\n" + note}) {
+        installManager("#!/bin/sh\n" + script);
+        bind("show", ++keycode);
+        noted += managerPath() + "\n";
+        EXPECT_EQ(sandbox::readFile(notes()), noted); // it has run
+        EXPECT_EQ(watchlist(), Array{entry(kOwn, static_cast<int>(keycode), 0x0300, "show")});
         EXPECT_THAT(sandbox::console().lines(), IsEmpty());
     }
 }

@@ -1,3 +1,4 @@
+#include "Waiting.h"
 #include "linux/DBusDictionary.h"
 
 #include <algorithm>
@@ -72,8 +73,11 @@ struct Output {
     std::string gate; // another file, which somebody makes when it is time
 
     void waitForGate() const {
-        while (::access(gate.c_str(), F_OK) != 0) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        try {
+            waitUntil([this] { return ::access(gate.c_str(), F_OK) == 0; }, gate);
+        } catch (const std::exception& exception) { // not through the library
+            std::fprintf(stderr, "%s\n", exception.what());
+            ::_exit(1);
         }
     }
 };

@@ -1,6 +1,7 @@
 #include "AesBlock.h"
 
 #include "AesPath.h"
+#include "AesStack.h"
 #include "AesSubstitution.h"
 
 #include <algorithm>
@@ -11,7 +12,7 @@ namespace {
 constexpr std::uint32_t kEachByte = 0x01010101U;
 
 // Four bytes at once: the circuit works on bits that stay where they are, eight apart.
-std::uint32_t substituteWord(std::uint32_t word) {
+[[gnu::noinline]] std::uint32_t substituteWord(std::uint32_t word) {
     std::array<std::uint32_t, 8> slices{};
     for (std::size_t bit = 0; bit < slices.size(); ++bit) {
         slices[bit] = (word >> bit) & kEachByte;
@@ -60,6 +61,7 @@ int rijndaelSetupEncrypt(std::uint32_t* roundKeys, const std::uint8_t* key, int 
         }
         roundKeys[index] = roundKeys[index - keyWords] ^ word;
     }
+    wipeFramesOfCallees();
     return keyWords + 6;
 }
 

@@ -24,6 +24,9 @@ namespace {
 
 inline constexpr std::size_t kAhead = 2048; // bytes
 
+// Vectors at a time in what whole batches leave.
+inline constexpr std::size_t kFew = 4;
+
 // Bytes of output that do not stay in caches anyway. Written past them they need not be read first.
 inline constexpr std::size_t kStreamed = 16 << 20;
 
@@ -130,9 +133,11 @@ void runBlocks(const std::uint32_t* roundKeys, int rounds, const std::uint8_t* i
     } else {
         runBatches<false>(keys, rounds, work);
     }
-    while (work.bytes >= 4 * kVector) {
-        runVectors<false, 4>(keys, rounds, work.input, work.output);
-        work.advance(4 * kVector);
+    if constexpr (Lanes::kInFlight > kFew) {
+        while (work.bytes >= kFew * kVector) {
+            runVectors<false, kFew>(keys, rounds, work.input, work.output);
+            work.advance(kFew * kVector);
+        }
     }
     while (work.bytes >= kVector) {
         runVectors<false, 1>(keys, rounds, work.input, work.output);

@@ -4,6 +4,7 @@
 
 #include "AesBlock.h"
 #include "AesPath.h"
+#include "AesStack.h"
 #include "AesSubstitution.h"
 
 #include <algorithm>
@@ -151,7 +152,7 @@ struct KeySlices {
     KeySlices& operator=(const KeySlices&) = delete;
 };
 
-[[gnu::flatten]] void encryptBatch(const KeySlices& keys, int rounds, State& state) {
+[[gnu::flatten, gnu::noinline]] void encryptBatch(const KeySlices& keys, int rounds, State& state) {
     transpose(state);
     addRoundKey(state, keys.rounds[0]);
     for (int round = 1; round < rounds; ++round) {
@@ -164,7 +165,7 @@ struct KeySlices {
     transpose(state);
 }
 
-[[gnu::flatten]] void decryptBatch(const KeySlices& keys, int rounds, State& state) {
+[[gnu::flatten, gnu::noinline]] void decryptBatch(const KeySlices& keys, int rounds, State& state) {
     transpose(state);
     addRoundKey(state, keys.rounds[rounds]);
     for (int round = rounds - 1; round > 0; --round) {
@@ -194,6 +195,7 @@ void inBatches(const std::uint32_t* roundKeys, int rounds, const std::uint8_t* i
         blocks -= taken;
     }
     ::explicit_bzero(&state, sizeof state);
+    wipeFramesOfCallees();
 }
 
 } // namespace

@@ -1,3 +1,4 @@
+#include "Waiting.h"
 #include "linux/DBusDictionary.h"
 
 #include <algorithm>
@@ -15,12 +16,15 @@
 // every message that it gets as a line to the file. KIND says what it is like:
 //
 //   new      has all messages          old     has those of the protocol alone
-//   nothing  publishes no object       mute    never answers anybody
+//   empty    has none of them          nothing publishes no object
+//   mute     never answers anybody
 //   dying    ends when it is asked what it has
 //   leaving  says what it has, and ends
-//   slow     has all messages, and takes half a second to say so
-//   late     the same with one and a half, which nobody waits for
+//   slow     has all messages, and takes a tenth of a second to say so
+//   late     has all messages, and does not say so before there is a file FILE.go
 //   busy     has all messages, and is done with none before there is a file FILE.go
+//
+// What is sent to an object that does not have it is written all the same.
 
 namespace {
 
@@ -66,37 +70,57 @@ std::string argumentsOf(sd_bus_message* message) {
 
 struct Output {
     std::FILE* file;
-    std::string gate; // a file to wait for before each message; empty when there is none
+    std::string gate; // another file, which somebody makes when it is time
+
+    void waitForGate() const {
+        try {
+            waitUntil([this] { return ::access(gate.c_str(), F_OK) == 0; }, gate);
+        } catch (const std::exception& exception) { // not through the library
+            std::fprintf(stderr, "%s\n", exception.what());
+            ::_exit(1);
+        }
+    }
 };
 
 int received(sd_bus_message* message, void* data, sd_bus_error*) {
-    const auto& [file, gate] = *static_cast<Output*>(data);
-    while (!gate.empty() && ::access(gate.c_str(), F_OK) != 0) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
+    const auto* output = static_cast<Output*>(data);
     const auto line = sd_bus_message_get_member(message) + argumentsOf(message) +
                       (sd_bus_message_get_expect_reply(message) ? " expects an answer" : "") + "\n";
-    std::fputs(line.c_str(), file);
-    std::fflush(file);
+    std::fputs(line.c_str(), output->file);
+    std::fflush(output->file);
     return 1;
 }
 
+// Filters, which see a message before the object does, if there is one. This one is for those without
+// messages.
+int receiveAnything(sd_bus_message* message, void* data, sd_bus_error* error) {
+    return sd_bus_message_is_method_call(message, kInterface, nullptr) > 0 ? received(message, data, error)
+                                                                           : 0;
+}
+
+int waitBeforeMessages(sd_bus_message* message, void* data, sd_bus_error*) {
+    if (sd_bus_message_is_method_call(message, kInterface, nullptr) > 0) {
+        static_cast<Output*>(data)->waitForGate();
+    }
+    return 0; // it is received as ever
+}
+
 // What happens when somebody asks for what there is.
-using WhenAsked = void (*)(sd_bus_message* question);
+using WhenAsked = void (*)(sd_bus_message* question, const Output& output);
 
 template <WhenAsked whenAsked>
-int filter(sd_bus_message* message, void*, sd_bus_error*) {
+int filter(sd_bus_message* message, void* data, sd_bus_error*) {
     if (sd_bus_message_is_method_call(message, "org.freedesktop.DBus.Introspectable", "Introspect") > 0) {
-        whenAsked(message);
+        whenAsked(message, *static_cast<Output*>(data));
     }
     return 0; // it is answered as ever
 }
 
-void end(sd_bus_message*) {
+void end(sd_bus_message*, const Output&) {
     ::_exit(0);
 }
 
-void answerAndEnd(sd_bus_message* question) {
+void answerAndEnd(sd_bus_message* question, const Output&) {
     const auto xml = std::string("<node><interface name='") + kInterface +
                      "'><method name='postFinishedTask'/></interface></node>";
     sd_bus_reply_method_return(question, "s", xml.c_str());
@@ -104,12 +128,17 @@ void answerAndEnd(sd_bus_message* question) {
     ::_exit(0);
 }
 
-template <int milliseconds>
-void delay(sd_bus_message*) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+void delay(sd_bus_message*, const Output&) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+}
+
+void waitForGate(sd_bus_message*, const Output& output) {
+    output.waitForGate();
 }
 
 constexpr auto kFlags = SD_BUS_VTABLE_UNPRIVILEGED | SD_BUS_VTABLE_METHOD_NO_REPLY;
+
+const sd_bus_vtable kNoMembers[] = {SD_BUS_VTABLE_START(0), SD_BUS_VTABLE_END};
 
 const sd_bus_vtable kOldMembers[] = {SD_BUS_VTABLE_START(0),
                                      SD_BUS_METHOD("incrementRemoteProgress", "", "", received, kFlags),
@@ -131,19 +160,20 @@ const sd_bus_vtable kNewMembers[] = {SD_BUS_VTABLE_START(0),
 
 struct Kind {
     std::string_view name;
-    const sd_bus_vtable* members; // null when there is no object
-    sd_bus_message_handler_t filter = nullptr;
+    const sd_bus_vtable* members;              // null when there is no object
+    sd_bus_message_handler_t filter = nullptr; // before the object gets a message
 };
 
 constexpr Kind kKinds[] = {{"new", kNewMembers},
                            {"old", kOldMembers},
-                           {"nothing", nullptr},
+                           {"empty", kNoMembers, receiveAnything},
+                           {"nothing", nullptr, receiveAnything},
                            {"mute", nullptr},
                            {"dying", nullptr, filter<end>},
                            {"leaving", nullptr, filter<answerAndEnd>},
-                           {"slow", kNewMembers, filter<delay<500>>},
-                           {"late", kNewMembers, filter<delay<1500>>},
-                           {"busy", kNewMembers}};
+                           {"slow", kNewMembers, filter<delay>},
+                           {"late", kNewMembers, filter<waitForGate>},
+                           {"busy", kNewMembers, waitBeforeMessages}};
 
 int run(const std::string& port, const Kind& kind, Output& output) {
     sd_bus* bus = nullptr;
@@ -153,7 +183,7 @@ int run(const std::string& port, const Kind& kind, Output& output) {
     const auto path = "/com/vantorel/" + port;
     if ((kind.members &&
          sd_bus_add_object_vtable(bus, nullptr, path.c_str(), kInterface, kind.members, &output) < 0) ||
-        (kind.filter && sd_bus_add_filter(bus, nullptr, kind.filter, nullptr) < 0) ||
+        (kind.filter && sd_bus_add_filter(bus, nullptr, kind.filter, &output) < 0) ||
         sd_bus_request_name(bus, ("com.vantorel." + port).c_str(), 0) < 0) {
         return 1;
     }
@@ -175,9 +205,7 @@ int main(int argc, char** argv) {
     if (argc != 4) {
         return 2;
     }
-    const std::string_view name = argv[2];
-    const auto* kind = std::ranges::find(kKinds, name, &Kind::name);
-    Output output{.file = std::fopen(argv[3], "a"),
-                  .gate = name == "busy" ? argv[3] + std::string(".go") : ""};
+    const auto* kind = std::ranges::find(kKinds, std::string_view(argv[2]), &Kind::name);
+    Output output{.file = std::fopen(argv[3], "a"), .gate = argv[3] + std::string(".go")};
     return kind != std::end(kKinds) && output.file ? run(argv[1], *kind, output) : 2;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "PrivateBus.h"
+#include "Waiting.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -34,10 +35,10 @@ public:
         return rules;
     }
 
-    // Until so many of these rules are there; every look goes to the bus and back.
+    // Until so many of these rules are there.
     void waitForRules(const std::string& text, std::size_t count) const {
-        while (matchRules(text).size() != count) {
-        }
+        waitUntil([&] { return matchRules(text).size() == count; },
+                  std::to_string(count) + " match rules with " + text);
     }
 
     // The unique names of all connections but this one.
@@ -58,8 +59,7 @@ public:
 
     // Until all others have left, which the bus notices in its own time.
     void waitUntilAlone() const {
-        while (!connections().empty()) {
-        }
+        waitUntil([this] { return connections().empty(); }, "all others to leave the bus");
     }
 
 private:

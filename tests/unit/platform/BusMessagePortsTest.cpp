@@ -4,6 +4,7 @@
 #include "Exception.h"
 #include "TestSandbox.h"
 #include "UserBus.h"
+#include "Waiting.h"
 
 #include <csignal>
 #include <filesystem>
@@ -98,8 +99,8 @@ protected:
         const auto descriptors = countOfOwn("fd");
         const auto threads = countOfOwn("task");
         std::unique_ptr<platform::RemoteObject> proxy;
-        while (!(proxy = BusMessagePorts().rootProxy({"Port"}))) { // not there yet
-        }
+        waitUntil([&] { return (proxy = BusMessagePorts().rootProxy({"Port"})) != nullptr; },
+                  "the controller's port");
         proxy->setProtocol("VTOSTLErrorCallbackProtocol");
         EXPECT_TRUE(proxy->respondsTo("postErrorForApp"));
         proxy->send("postErrorForApp", {platform::RemoteObject::AnyObject{"broken"}, std::string("worker")});
@@ -107,8 +108,7 @@ protected:
         EXPECT_EQ(countOfOwn("fd"), descriptors);
         EXPECT_EQ(countOfOwn("task"), threads);
         EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), 0); // of the children none has ended and is left
-        while (sandbox::readFile(folder_ + "/messages").empty()) {
-        }
+        waitUntil([this] { return !sandbox::readFile(folder_ + "/messages").empty(); }, "the message");
         EXPECT_EQ(sandbox::readFile(folder_ + "/messages"), "postErrorForApp <broken> worker\n");
     }
 

@@ -3,6 +3,7 @@
 #include "BusInspection.h"
 #include "MuteSocket.h"
 #include "TestSandbox.h"
+#include "Waiting.h"
 
 #include <atomic>
 #include <condition_variable>
@@ -107,8 +108,8 @@ protected:
     static std::size_t countOfThreads() {
         pid_t first = 0;
         std::thread([&first] { first = gettid(); }).join();
-        while (sandbox::exists("/proc/self/task/" + std::to_string(first))) { // its entry goes a little later
-        }
+        const auto entry = "/proc/self/task/" + std::to_string(first);
+        waitUntil([&] { return !sandbox::exists(entry); }, "a thread's entry to go"); // a little later
         return countOfOwn("task");
     }
 
@@ -204,8 +205,7 @@ TEST_F(BusNotificationsTest, ThereIsAConnectionOnlyWhileSomebodyListens) {
         EXPECT_THAT(inspection->connections(), SizeIs(1));
         observer.reset();
         inspection->waitUntilAlone();
-        while (countOfOwn("task") != threads) {
-        }
+        waitUntil([&] { return countOfOwn("task") == threads; }, "the thread's end");
     }
     EXPECT_THAT(inspection->matchRules("DistributedNotification"), IsEmpty());
     EXPECT_EQ(countOfOwn("fd"), descriptors);
@@ -359,8 +359,7 @@ TEST_F(BusNotificationsTest, AnotherObserverListensAgainAfterTheBusWasLost) {
     auto observer = observe(kName, heard.recorder(kName));
     inspection.reset();
     bus.reset();
-    while (countOfOwn("task") != threads) {
-    }
+    waitUntil([&] { return countOfOwn("task") == threads; }, "the thread's end");
     EXPECT_FALSE(notifications.post(kName, "", {}));
     bus = std::make_unique<PrivateBus>();
     inspection = std::make_unique<BusInspection>(*bus);

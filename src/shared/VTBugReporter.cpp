@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <chrono>
 #include <functional>
+#include <ranges>
 #include <sstream>
 #include <vector>
 
@@ -102,9 +103,9 @@ std::optional<std::string> crashLogIn(const std::string& folder, const std::opti
     auto& fileManager = *platform::current().fileManager;
     std::error_code error;
     auto entries = fileManager.openFolder(folder)->entries(platform::Listing::Everything, error);
-    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
-        if (platform::caseInsensitiveKey(entry->name).starts_with(prefix)) {
-            auto path = folder + "/" + entry->name;
+    for (const auto& entry : entries | std::views::reverse) {
+        if (platform::caseInsensitiveKey(entry.name).starts_with(prefix)) {
+            auto path = folder + "/" + entry.name;
             const auto modified = fileManager.modificationDate(path);
             return modified && modified->secondsSinceReferenceDate > launch.secondsSinceReferenceDate
                        ? std::optional(std::move(path))

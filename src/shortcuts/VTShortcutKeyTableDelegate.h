@@ -39,6 +39,7 @@ public:
     // The one controller when there is none yet, which it is from then on; else null.
     static VTShortcutKeyTableDelegate* allocate();
 
+    ~VTShortcutKeyTableDelegate() = default;
     VTShortcutKeyTableDelegate(const VTShortcutKeyTableDelegate&) = delete;
     VTShortcutKeyTableDelegate& operator=(const VTShortcutKeyTableDelegate&) = delete;
 

@@ -18,7 +18,7 @@ constexpr std::array<KeyName, 24> kKeyNames{
      {"\x1E", "Up Arrow"},   {"\x1F", "Down Arrow"},   {"\x1C", "Left Arrow"},   {"\x1D", "Right Arrow"},
      {"\x01", "Home"},       {"\x04", "End"},          {"\x0B", "Page Up"},      {"\x0C", "Page Down"},
      {"\x03", "Return"},     {"\x09", "Tab"},          {"\x19", "Backtab"},      {"\x0D", "Enter"},
-     {"\x08", "Backspace"},  {"\x7F", "Delete"},       {"\x1B", "Escape"},       {"\x20", "Space"}}};
+     {"\x08", "Backspace"},  {"\x7F", "Delete"},       {"\x1B", "Escape"},       {" ", "Space"}}};
 
 } // namespace
 

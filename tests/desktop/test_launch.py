@@ -2,6 +2,7 @@
 
 import os
 import shutil
+import signal
 import unittest
 
 from launcher_driver import DesktopTest
@@ -109,6 +110,21 @@ class LaunchTest(DesktopTest):
             launcher.wait_until_back()
             self.assertEqual(tool.starts(), times)
         self.assertEqual(watch.times_gone(), 3)
+
+    def test_nothing_watches_the_tools_once_the_program_ends(self):
+        tool = self.root.add("Plainel")
+        report = self.root.folder / "threads"
+        launcher = self.open_panel(environment={"LD_PRELOAD": os.environ["THREADS_AT_EXIT_LIBRARY"],
+                                                "THREADS_AT_EXIT": str(report)})
+        before = set(launcher.threads())
+        self.launch_and_wait(launcher, tool)
+        watching = set(launcher.threads()) - before
+        self.assertTrue(watching)
+        launcher.process.send_signal(signal.SIGTERM)
+        self.assertEqual(launcher.wait_for_exit(), 0, launcher.standard_error())
+        left = report.read_text(encoding="ascii").split()
+        self.assertIn(str(launcher.process.pid), left)
+        self.assertFalse(watching.intersection(left))
 
     # --- what cannot be started ---
 

@@ -45,14 +45,23 @@ RunningApplications::RunningApplications(
       wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
 RunningApplications::~RunningApplications() {
-    {
-        std::lock_guard lock(mutex_);
-        stops_ = true;
-    }
-    wake();
+    stop(std::chrono::milliseconds(0));
     if (thread_.joinable()) {
         thread_.join();
     }
+}
+
+bool RunningApplications::stop(std::chrono::milliseconds limit) {
+    stops_ = true;
+    wake();
+    std::unique_lock lock(threadMutex_);
+    if (!threadEnded_.wait_for(lock, limit, [this] { return !isWatching_; })) {
+        return false;
+    }
+    if (thread_.joinable()) {
+        thread_.join();
+    }
+    return true;
 }
 
 bool RunningApplications::open(const std::string& bundlePath, const std::vector<std::string>& environment,
@@ -183,12 +192,18 @@ int RunningApplications::patience(Time nextLook) const {
 
 void RunningApplications::startWatching() {
     std::lock_guard lock(threadMutex_);
-    if (thread_.joinable()) {
+    if (isWatching_ || stops_) {
         return;
     }
     try {
-        thread_ = std::thread([this] { run(); });
-    } catch (const std::system_error& error) {
+        thread_ = std::thread([this] {
+            run();
+            std::lock_guard ending(threadMutex_);
+            isWatching_ = false;
+            threadEnded_.notify_all();
+        });
+        isWatching_ = true;
+    } catch (const std::exception& error) {
         current().consoleLog->log(std::string("No thread to watch applications on: ") + error.what());
     }
 }

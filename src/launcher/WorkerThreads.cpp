@@ -4,8 +4,8 @@
 
 #include <condition_variable>
 #include <cstddef>
+#include <exception>
 #include <mutex>
-#include <system_error>
 #include <thread>
 
 struct WorkerThreads::State {
@@ -40,7 +40,7 @@ bool WorkerThreads::detachNewThread(std::function<void(std::stop_token)> work) {
     try {
         std::thread(std::move(body)).detach();
         return true;
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
         std::lock_guard lock(state_->mutex);
         --state_->running;
         return false;

@@ -19,10 +19,10 @@ class CrashHandler {
 public:
     CrashHandler() = delete;
 
-    // How many logs of one name are kept.
+    // How many logs of one name are kept, that of a crash among them.
     static constexpr std::size_t kLogsKept = 20;
 
-    // Makes the folder, removes the oldest logs of that name to make room for one more, and prepares
+    // Makes the folder, removes the logs of that name beyond the newest that are kept, and prepares
     // everything that a crash needs. Once per process, on the main thread. Without the folder, which is told
     // to the console, crashes end the process as they always do.
     static void install(const std::string& name, const std::string& version, const std::string& folder);

@@ -7,13 +7,16 @@
 #include <cstdlib>
 #include <cxxabi.h>
 #include <memory>
+#include <new>
 
-std::string VTException::logException(const std::exception& exception, const char* method) {
+std::string VTException::logException(const std::exception& exception, const char* method) noexcept try {
     const auto* known = dynamic_cast<const platform::Exception*>(&exception);
     const auto name = known ? known->name() : nameOfType(typeid(exception));
     auto message = format("Exception in %s. %@ - %@.", method, name, exception.what());
     VTLog::appendLogAndPrint(message);
     return message;
+} catch (const std::bad_alloc&) {
+    return {};
 }
 
 bool VTException::didTimeout(const std::exception& exception) {

@@ -11,8 +11,8 @@ public:
 
     // Logs and prints the exception; `method` is the signature text of the operation that caught it, as
     // in "-[AppController populateData]". Returns the message. An exception that no platform service
-    // threw goes by the name of its type.
-    static std::string logException(const std::exception& exception, const char* method);
+    // threw goes by the name of its type. Without memory for the message it is empty, and nothing is logged.
+    static std::string logException(const std::exception& exception, const char* method) noexcept;
 
     // Did a call to another process take too long?
     static bool didTimeout(const std::exception& exception);

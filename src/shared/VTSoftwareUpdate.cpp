@@ -10,8 +10,8 @@
 #include "VTTaskEx.h"
 
 #include <cstdint>
+#include <exception>
 #include <mutex>
-#include <system_error>
 #include <thread>
 
 namespace {
@@ -49,7 +49,7 @@ void VTSoftwareUpdate::startup() {
     }
     try {
         std::thread(automaticallyCheckForUpdates).detach();
-    } catch (const std::system_error& error) {
+    } catch (const std::exception& error) {
         platform::current().consoleLog->log(std::string("No thread to look for updates on: ") + error.what());
     }
 }
@@ -72,8 +72,29 @@ std::optional<std::string> VTSoftwareUpdate::updaterPath() {
     return copy;
 }
 
+void VTSoftwareUpdate::manualUpdateCheck() {
+    const auto open = [](const std::optional<std::string>& path) {
+        platform::current().mainThread->perform([path] { openUpdater(path); }, platform::Wait::No);
+    };
+    try {
+        std::thread([open] {
+            try {
+                open(updaterPath());
+            } catch (const std::exception& exception) { // it would end the program
+                VTException::logException(exception, "-[VTSoftwareUpdate manualUpdateCheck:]");
+            }
+        }).detach();
+    } catch (const std::exception&) {
+        launchSoftwareUpdate(); // slow, but right
+    }
+}
+
 void VTSoftwareUpdate::launchSoftwareUpdate() {
-    if (const auto path = updaterPath()) {
+    openUpdater(updaterPath());
+}
+
+void VTSoftwareUpdate::openUpdater(const std::optional<std::string>& path) {
+    if (path) {
         platform::current().workspace->openFile(*path);
     } else {
         VTLog::appendLogAndPrint(kNoPath);

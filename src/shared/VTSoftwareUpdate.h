@@ -14,8 +14,9 @@ public:
     // "SUCheckAtStartup" is a number equal to 0. Returns at once.
     void startup();
 
-    // The user asks for it.
-    void manualUpdateCheck() { launchSoftwareUpdate(); }
+    // The user asks for it: `launchSoftwareUpdate`, but for looking and copying, which may take long and are
+    // done on a thread of their own. The updater is opened on the main thread after that. Returns at once.
+    void manualUpdateCheck();
 
     // The updater to run: the installed one, or a copy, made by this call in the temporary folder, of the one
     // inside the Launcher when that has the higher version. The path of the installed one is returned whether
@@ -28,4 +29,8 @@ public:
     // Starts the updater in the background, to look for updates of the bundle that this program lies in, and
     // does not wait for it. For a thread of its own.
     static void automaticallyCheckForUpdates();
+
+private:
+    // At the path that was found.
+    static void openUpdater(const std::optional<std::string>& path);
 };

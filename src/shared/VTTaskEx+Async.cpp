@@ -3,7 +3,6 @@
 #include "VTException.h"
 #include "VTLog.h"
 
-#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -12,27 +11,26 @@ using Stream = ChildProcess::Stream;
 
 void VTTaskEx::asyncDataFromTask(const Path& path, const Arguments& arguments, Delegate delegate,
                                  std::shared_ptr<void> object,
-                                 const std::optional<Environment>& environment) {
+                                 const std::optional<Environment>& environment) try {
+    // An absent path is as missing as an empty one.
+    auto task = std::make_shared<ChildProcess>(ChildProcess::Program{.path = path.value_or(""),
+                                                                     .arguments = arguments,
+                                                                     .environment = environment,
+                                                                     .output = Stream::Pipe,
+                                                                     .errors = Stream::Null});
     {
         // What was there before goes when the lock is gone: its owner may come back here.
         std::lock_guard lock(mutex_);
         delegate_.swap(delegate);
         object_.swap(object);
     }
-    // An absent path is as missing as an empty one.
-    setTheTask(std::make_shared<ChildProcess>(ChildProcess::Program{.path = path.value_or(""),
-                                                                    .arguments = arguments,
-                                                                    .environment = environment,
-                                                                    .output = Stream::Pipe,
-                                                                    .errors = Stream::Null}));
-    try {
-        std::thread([self = shared_from_this()] { self->launchAsyncTask(); }).detach();
-    } catch (const std::system_error& error) {
-        VTException::logException(error, "-[VTTaskEx launchAsyncTask]");
-    }
+    setTheTask(std::move(task));
+    std::thread([self = shared_from_this()] { self->launchAsyncTask(); }).detach();
+} catch (const std::exception& exception) {
+    VTException::logException(exception, "-[VTTaskEx launchAsyncTask]");
 }
 
-void VTTaskEx::launchAsyncTask() {
+void VTTaskEx::launchAsyncTask() try {
     const auto task = theTask();
     if (!task) {
         VTLog::appendLogAndPrint("Unable to launch async task - no task set");
@@ -42,16 +40,14 @@ void VTTaskEx::launchAsyncTask() {
         VTLog::appendLog("Unable to launch async task - task does not exist or is not executable");
         return;
     }
-    try {
-        task->launch();
-        for (bool atEnd = false; !atEnd;) {
-            const auto chunk = task->readOutput();
-            asyncTaskReturnData(chunk);
-            atEnd = chunk.empty();
-        }
-    } catch (const std::exception& exception) {
-        VTException::logException(exception, "-[VTTaskEx launchAsyncTask]");
+    task->launch();
+    for (bool atEnd = false; !atEnd;) {
+        const auto chunk = task->readOutput();
+        asyncTaskReturnData(chunk);
+        atEnd = chunk.empty();
     }
+} catch (const std::exception& exception) {
+    VTException::logException(exception, "-[VTTaskEx launchAsyncTask]");
 }
 
 void VTTaskEx::asyncTaskReturnData(const std::string& chunk) {

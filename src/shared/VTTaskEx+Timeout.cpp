@@ -6,7 +6,6 @@
 
 #include <chrono>
 #include <limits>
-#include <system_error>
 #include <thread>
 
 namespace {
@@ -25,13 +24,18 @@ private:
 
 } // namespace
 
-void VTTaskEx::runTask(const Path& path, const Arguments& arguments, double timeout) {
+void VTTaskEx::runTask(const Path& path, const Arguments& arguments, double timeout) try {
     std::make_shared<VTTaskEx>()->runTaskWithTimeout(path, arguments, timeout);
+} catch (const std::exception& exception) {
+    logException(path, exception);
 }
 
 std::optional<std::string> VTTaskEx::dataFromTask(const Path& path, const Arguments& arguments,
-                                                  double timeout) {
+                                                  double timeout) try {
     return std::make_shared<VTTaskEx>()->dataFromTaskWithTimeout(path, arguments, timeout);
+} catch (const std::exception& exception) {
+    tellConsole(path, exception);
+    return std::nullopt;
 }
 
 std::optional<std::string> VTTaskEx::stringFromTask(const Path& path, const Arguments& arguments,
@@ -81,7 +85,7 @@ void VTTaskEx::startTimeout(double timeout) {
         std::thread([self = shared_from_this(), seconds = wholeSeconds(timeout)] {
             self->setupTimeout(seconds);
         }).detach();
-    } catch (const std::system_error& error) {
+    } catch (const std::exception& error) {
         VTException::logException(error, "-[VTTaskEx setupTimeout:]");
     }
 }
@@ -89,7 +93,11 @@ void VTTaskEx::startTimeout(double timeout) {
 void VTTaskEx::setupTimeout(int seconds) {
     std::this_thread::sleep_for(std::chrono::seconds(seconds));
     const auto mainThread = platform::current().mainThread;
-    mainThread->perform([this] { timeout(); }, platform::Wait::UntilDone);
+    try {
+        mainThread->perform([this] { timeout(); }, platform::Wait::UntilDone);
+    } catch (const std::exception& exception) { // it would end the program: nothing else is on this thread
+        VTException::logException(exception, "-[VTTaskEx setupTimeout:]");
+    }
 }
 
 void VTTaskEx::timeout() {

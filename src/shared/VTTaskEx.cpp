@@ -42,28 +42,44 @@ bool VTTaskEx::isRunnable(const Path& path) {
            !(platform::isPackageName(tool) && files.isDirectory(tool));
 }
 
-bool VTTaskEx::runTask(const Path& path, const Arguments& arguments, TaskReference* task) {
-    if (!isRunnable(path)) {
-        VTLog::appendLogAndPrint(kNotExecutable, path);
-        return false;
-    }
+void VTTaskEx::logException(const Path& path, const std::exception& exception) noexcept {
     try {
+        VTLog::appendLog(kException, path, exception.what());
+    } catch (const std::exception&) {
+        // Without memory for a line there is none.
+    }
+}
+
+void VTTaskEx::tellConsole(const Path& path, const std::exception& exception) noexcept {
+    try {
+        platform::current().consoleLog->log(format(kException, path, exception.what()));
+    } catch (const std::exception&) {
+        // As above.
+    }
+}
+
+bool VTTaskEx::runTask(const Path& path, const Arguments& arguments, TaskReference* task) {
+    try {
+        if (!isRunnable(path)) {
+            VTLog::appendLogAndPrint(kNotExecutable, path);
+            return false;
+        }
         auto child = makeSilentTask(*path, arguments, task);
         child->launch();
         child->waitUntilExit();
     } catch (const std::exception& exception) {
-        VTLog::appendLog(kException, path, exception.what());
+        logException(path, exception);
         return false;
     }
     return true;
 }
 
 void VTTaskEx::runTaskAndReturn(const Path& path, const Arguments& arguments) {
-    if (!isRunnable(path)) {
-        tellConsoleAndLog(format(kNotExecutable, path));
-        return;
-    }
     try {
+        if (!isRunnable(path)) {
+            tellConsoleAndLog(format(kNotExecutable, path));
+            return;
+        }
         makeSilentTask(*path, arguments, nullptr)->launch();
     } catch (const std::exception& exception) {
         VTException::logException(exception, "+[VTTaskEx runTaskAndReturn:arguments:]");
@@ -74,11 +90,11 @@ std::optional<std::string> VTTaskEx::dataFromTask(const Path& path, const Argume
                                                   TaskReference* task,
                                                   const std::optional<Environment>& environment,
                                                   bool logOutput) {
-    if (!isRunnable(path)) {
-        VTLog::appendLogAndPrint(kNotExecutable, path);
-        return std::nullopt;
-    }
     try {
+        if (!isRunnable(path)) {
+            VTLog::appendLogAndPrint(kNotExecutable, path);
+            return std::nullopt;
+        }
         auto child = std::make_shared<ChildProcess>(
             ChildProcess::Program{.path = *path,
                                   .arguments = arguments,
@@ -93,7 +109,7 @@ std::optional<std::string> VTTaskEx::dataFromTask(const Path& path, const Argume
         auto collected = child->collect();
         return std::move(collected.output.empty() ? collected.errors : collected.output);
     } catch (const std::exception& exception) {
-        platform::current().consoleLog->log(format(kException, path, exception.what()));
+        tellConsole(path, exception);
         return std::nullopt;
     }
 }

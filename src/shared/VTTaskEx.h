@@ -3,6 +3,7 @@
 #include "StringEncoding.h"
 #include "TaskReference.h"
 
+#include <exception>
 #include <functional>
 #include <map>
 #include <memory>
@@ -13,7 +14,8 @@
 
 // Runs other programs. A path is absolute and names a program that may be executed and is no package such as
 // an application; arguments follow the program's name. A run that waits holds up its caller until the child
-// ends, however long that takes. Failures are logged and, but for the exit code, never thrown. Any thread.
+// ends, however long that takes. Failures, a want of memory among them, are logged and, but for the exit code
+// and the decoding of text, never thrown. Any thread.
 //
 // `task`, when given, is handed the child before it starts, and keeps it.
 //
@@ -114,6 +116,10 @@ private:
 
     // Of bytes that may be absent: what the text forms return.
     static std::optional<std::string> text(std::optional<std::string> bytes, Encoding encoding);
+
+    // Tell of an exception of a run, one to the log, the other to the console alone.
+    static void logException(const Path& path, const std::exception& exception) noexcept;
+    static void tellConsole(const Path& path, const std::exception& exception) noexcept;
 
     void startTimeout(double timeout);
 

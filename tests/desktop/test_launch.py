@@ -2,16 +2,21 @@
 
 import os
 import shutil
+import signal
 import unittest
 
 from launcher_driver import DesktopTest
 from tool_root import ToolRoot
-from windows import WindowWatch, active_process, stays, visible_windows, wait_until, xdotool
+from windows import WindowWatch, active_process, stays, visible_windows, wait_until, windows_from_below, xdotool
 
 # Scripts; see tool_root.Tool.
 SLOW = """#!/bin/sh
 echo $$ >>"$NOTES/starts"
 sleep 3
+exec "$0.window"
+"""
+HELD = """#!/bin/sh
+read -r line <"$NOTES/gate"
 exec "$0.window"
 """
 CRASHES = """#!/bin/sh
@@ -99,6 +104,23 @@ class LaunchTest(DesktopTest):
         xdotool("key", "Escape")
         launcher.wait_until_back()
 
+    def test_the_panel_goes_behind_other_windows_while_the_tool_opens(self):
+        other = self.root.add("Otherel")
+        tool = self.root.add("Heldel", HELD)
+        os.mkfifo(tool.notes / "gate")
+        launcher = self.open_panel()
+        running = other.start_from_terminal()
+        self.addCleanup(running.wait)
+        self.addCleanup(running.terminate)
+        self.wait_until_active(other)
+        panel = int(launcher.window())
+        xdotool("windowactivate", "--sync", panel)
+        wait_until(lambda: windows_from_below()[-1] == panel, "the panel on top")
+        launcher.double_click(tool.name)
+        wait_until(lambda: windows_from_below()[0] == panel, "the panel beneath the other window")
+        (tool.notes / "gate").write_text("\n")
+        launcher.wait_until_hidden()
+
     def test_a_tool_that_crashes_at_once_brings_the_panel_back(self):
         tool = self.root.add("Crashel", CRASHES)
         launcher = self.open_panel()
@@ -109,6 +131,21 @@ class LaunchTest(DesktopTest):
             launcher.wait_until_back()
             self.assertEqual(tool.starts(), times)
         self.assertEqual(watch.times_gone(), 3)
+
+    def test_nothing_watches_the_tools_once_the_program_ends(self):
+        tool = self.root.add("Plainel")
+        report = self.root.folder / "threads"
+        launcher = self.open_panel(environment={"LD_PRELOAD": os.environ["THREADS_AT_EXIT_LIBRARY"],
+                                                "THREADS_AT_EXIT": str(report)})
+        before = set(launcher.threads())
+        self.launch_and_wait(launcher, tool)
+        watching = set(launcher.threads()) - before
+        self.assertTrue(watching)
+        launcher.process.send_signal(signal.SIGTERM)
+        self.assertEqual(launcher.wait_for_exit(), 0, launcher.standard_error())
+        left = report.read_text(encoding="ascii").split()
+        self.assertIn(str(launcher.process.pid), left)
+        self.assertFalse(watching.intersection(left))
 
     # --- what cannot be started ---
 
@@ -144,7 +181,8 @@ class LaunchTest(DesktopTest):
         launcher.double_click(tool.name)
         launcher.find("label", f"{tool.name} cannot be launched.")
         launcher.find("label", "The application could not be found.")
-        self.assertEqual([button.get_name() for button in launcher.find_all("push button", "OK")], ["OK"])
+        buttons = launcher.find_all("push button", under=launcher.find("dialog"))
+        self.assertEqual([button.get_name() for button in buttons], ["OK"])
         wait_until(lambda: len(visible_windows(launcher.process.pid)) == 2, "the alert beside the panel")
         xdotool("key", "Return")
         wait_until(lambda: len(visible_windows(launcher.process.pid)) == 1, "the panel alone")

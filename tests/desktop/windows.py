@@ -1,5 +1,6 @@
 """Windows on the display, and waiting for them and for anything else."""
 
+import re
 import subprocess
 import tempfile
 import time
@@ -50,6 +51,13 @@ def visible_windows(pid):
         return [result.stdout.split()] if not result.stderr else None
 
     return wait_until(search, "a look at the windows")[0]
+
+
+def windows_from_below():
+    """The managed windows, the one on top last."""
+    result = subprocess.run(["xprop", "-root", "_NET_CLIENT_LIST_STACKING"], stdout=subprocess.PIPE, text=True,
+                            timeout=30, check=True)
+    return [int(number, 16) for number in re.findall(r"0x[0-9a-f]+", result.stdout)]
 
 
 def active_process():

@@ -25,6 +25,9 @@ public:
     Failure writeAtomicallyFailure;
     Failure openForWritingFailure;
 
+    // Is told of every look whether a file may be executed.
+    std::function<void(const std::string& path)> onExecutableLook;
+
     // Runs on the writing thread before every write through a handle; may throw in its place.
     std::function<void(std::string_view bytes)> beforeWrite;
 
@@ -39,7 +42,12 @@ public:
     std::optional<platform::PropertyList::Date> modificationDate(const std::string& path) override {
         return next_->modificationDate(path);
     }
-    bool isExecutableFile(const std::string& path) override { return next_->isExecutableFile(path); }
+    bool isExecutableFile(const std::string& path) override {
+        if (onExecutableLook) {
+            onExecutableLook(path);
+        }
+        return next_->isExecutableFile(path);
+    }
     std::optional<std::string> destinationOfSymbolicLink(const std::string& path) override {
         return next_->destinationOfSymbolicLink(path);
     }

@@ -1,5 +1,6 @@
 #include "OpenPanel.h"
 
+#include "ActivationToken.h"
 #include "AfterFirstFrame.h"
 #include "AppController.h"
 #include "Bundle.h"
@@ -7,7 +8,6 @@
 #include "CommandLine.h"
 #include "CrashHandler.h"
 #include "DarkPalette.h"
-#include "DisplayServer.h"
 #include "LinuxWorkspace.h"
 #include "MainPanel.h"
 #include "PanelAlerts.h"
@@ -116,11 +116,13 @@ void serve(platform::SingleInstance& instance, const std::shared_ptr<platform::M
             bool cameForward = false; // not any more, once the main loop has ended
             mainThread->perform(
                 [&] {
-                    platform::useActivationToken(activation.token);
                     controller->applicationShouldHandleReopen();
                     cameForward = true;
                 },
                 platform::Wait::UntilDone);
+            if (cameForward && activation.token) {
+                platform::useActivationToken(*activation.token);
+            }
             return cameForward;
         },
         [mainThread, controller] {
@@ -135,6 +137,75 @@ void serve(platform::SingleInstance& instance, const std::shared_ptr<platform::M
         });
 }
 
+void prepareProcess() {
+    ::mallopt(M_ARENA_MAX, kHeaps);
+    std::signal(SIGPIPE, SIG_IGN); // whoever read our messages may leave
+    std::signal(SIGCHLD, SIG_DFL); // whoever started us may not care for its children, but we do
+}
+
+void describeApplication() {
+    QApplication::setApplicationName(QStringLiteral("Launcher"));
+    QApplication::setApplicationVersion(QStringLiteral(VT_VERSION));
+    QApplication::setQuitOnLastWindowClosed(false); // the controller is asked
+    QApplication::setDesktopFileName(QString::fromLatin1(kBundleIdentifier));
+    DarkPalette::install();
+    if (const auto bundle = platform::Bundle::main()) {
+        platform::installTranslations(bundle->resourcePath() + "/translations");
+    }
+}
+
+// The services that need the application object, as what they are; `all` has them and the others.
+struct PanelServices {
+    std::shared_ptr<platform::QtMainThread> mainThread = std::make_shared<platform::QtMainThread>();
+    std::shared_ptr<PanelAlerts> alertPanels = std::make_shared<PanelAlerts>();
+    std::shared_ptr<PanelSheets> alertSheets = std::make_shared<PanelSheets>();
+    platform::Platform all = {};
+};
+
+PanelServices installPanelServices(platform::Platform basic, const platform::SingleInstance& instance,
+                                   const std::shared_ptr<platform::LinuxWorkspace>& workspace) {
+    PanelServices services{.all = std::move(basic)};
+    services.all.mainThread = services.mainThread;
+    services.all.alertPanels = services.alertPanels;
+    services.all.alertSheets = services.alertSheets;
+    services.all.application = std::make_shared<platform::QtApplication>(
+        [&instance] { return instance.isReachable(); },
+        [workspace](bool hidden) { workspace->setWatchesOthers(hidden); });
+    services.all.keyTranslation = std::make_shared<platform::LinuxKeyTranslation>();
+    services.all.localizedStrings = std::make_shared<platform::QtLocalizedStrings>();
+    services.all.authorization = std::make_shared<platform::PolkitAuthorization>(platform::waitPatiently);
+    services.all.distributedNotifications = std::make_shared<platform::BusNotifications>();
+    services.all.userDefaults = std::make_shared<platform::LinuxUserDefaults>(
+        VTLocalPaths::prefsDirectory(true).value_or(""), kBundleIdentifier);
+    platform::install(services.all);
+    return services;
+}
+
+void terminateAfterTheLastWindow(QApplication& application,
+                                 const std::shared_ptr<AppController>& controller) {
+    QObject::connect(&application, &QGuiApplication::lastWindowClosed, [controller] {
+        auto& running = *platform::current().application;
+        if (!running.isHidden() && controller->applicationShouldTerminateAfterLastWindowClosed()) {
+            running.terminate();
+        }
+    });
+}
+
+bool endPanel(platform::SingleInstance& instance, const PanelServices& services,
+              platform::LinuxWorkspace& workspace, AppController& controller) {
+    constexpr std::chrono::milliseconds kWatcherPatience{500};
+    instance.leave();
+    services.mainThread->close();
+    services.alertSheets->close(); // who waits for an answer gets one
+    instance.waitUntilLeft();
+    const bool threadsEnded = controller.applicationWillTerminate();
+    const bool watcherEnded = workspace.stopWatching(kWatcherPatience);
+    services.all.notificationCenter->post(
+        {.name = platform::kApplicationWillTerminateNotification, .userInfo = {}});
+    services.all.userDefaults->synchronize();
+    return threadsEnded && watcherEnded;
+}
+
 } // namespace
 
 int openPanel(int argc, char** argv) {
@@ -144,18 +215,16 @@ int openPanel(int argc, char** argv) {
                    stderr);
         return 1;
     }
-    ::mallopt(M_ARENA_MAX, kHeaps);
-    std::signal(SIGPIPE, SIG_IGN); // whoever read our messages may leave
-    std::signal(SIGCHLD, SIG_DFL); // whoever started us may not care for its children, but we do
+    prepareProcess();
     auto workspace = std::make_shared<platform::LinuxWorkspace>();
     platform::SingleInstance instance(kBundleIdentifier);
     if (instance.handOver()) {
         return 0;
     }
     platform::loadFontConfiguration();
-    auto services = platform::basicServices("Launcher");
-    services.workspace = workspace;
-    platform::install(services);
+    auto basic = platform::basicServices("Launcher");
+    basic.workspace = workspace;
+    platform::install(basic);
     installCrashHandler();
     qInstallMessageHandler(reportFatalMessages);
     QApplication application(argc, argv);
@@ -163,56 +232,19 @@ int openPanel(int argc, char** argv) {
         std::fprintf(stderr, "Launcher: unknown argument %s\n\n%s", argv[1], kUsage);
         return 2;
     }
-    QApplication::setApplicationName(QStringLiteral("Launcher"));
-    QApplication::setApplicationVersion(QStringLiteral(VT_VERSION));
-    QApplication::setQuitOnLastWindowClosed(false); // the controller is asked
-    QApplication::setDesktopFileName(QString::fromLatin1(kBundleIdentifier));
-    DarkPalette::install();
-
-    auto mainThread = std::make_shared<platform::QtMainThread>();
-    services.mainThread = mainThread;
-    services.application = std::make_shared<platform::QtApplication>(
-        [&instance] { return instance.isReachable(); },
-        [workspace](bool hidden) { workspace->setWatchesOthers(hidden); });
-    services.keyTranslation = std::make_shared<platform::LinuxKeyTranslation>();
-    services.localizedStrings = std::make_shared<platform::QtLocalizedStrings>();
-    if (const auto bundle = platform::Bundle::main()) {
-        platform::installTranslations(bundle->resourcePath() + "/translations");
-    }
-    auto alertPanels = std::make_shared<PanelAlerts>();
-    services.alertPanels = alertPanels;
-    auto alertSheets = std::make_shared<PanelSheets>();
-    services.alertSheets = alertSheets;
-    services.authorization = std::make_shared<platform::PolkitAuthorization>(platform::waitPatiently);
-    services.distributedNotifications = std::make_shared<platform::BusNotifications>();
-    services.userDefaults = std::make_shared<platform::LinuxUserDefaults>(
-        VTLocalPaths::prefsDirectory(true).value_or(""), kBundleIdentifier);
-    platform::install(services);
+    describeApplication();
+    const auto services = installPanelServices(std::move(basic), instance, workspace);
 
     auto controller = AppController::init();
     TerminationSignals terminationSignals;
     VTBlackScroller::setArrowPositionSource(
-        [defaults = services.userDefaults] { return scrollerArrows(*defaults); });
+        [defaults = services.all.userDefaults] { return scrollerArrows(*defaults); });
     MainPanel panel(controller);
-    alertPanels->setPanel(&panel);
-    QObject::connect(&application, &QGuiApplication::lastWindowClosed, [&services, &controller] {
-        if (!services.application->isHidden() &&
-            controller->applicationShouldTerminateAfterLastWindowClosed()) {
-            services.application->terminate();
-        }
-    });
+    services.alertPanels->setPanel(&panel);
+    terminateAfterTheLastWindow(application, controller);
     controller->awakeFromNib(panel.outlets());
-    serve(instance, mainThread, controller);
-    endInOrder = [&] {
-        instance.leave();
-        mainThread->close();
-        alertSheets->close(); // who waits for an answer gets one
-        bool threadsEnded = controller->applicationWillTerminate();
-        services.notificationCenter->post(
-            {.name = platform::kApplicationWillTerminateNotification, .userInfo = {}});
-        services.userDefaults->synchronize();
-        return threadsEnded;
-    };
+    serve(instance, services.mainThread, controller);
+    endInOrder = [&] { return endPanel(instance, services, *workspace, *controller); };
     std::atexit(endWithTheDisplay);
     AfterFirstFrame afterFirstFrame(panel, [&panel] {
         showWindowIcon();

@@ -79,10 +79,6 @@ void checkForZeros(const std::vector<std::string>& texts) {
     }
 }
 
-FileDescriptor openProcess(pid_t process) {
-    return FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
-}
-
 // Room that has not been written to costs no memory, but moving what is there into larger room costs time.
 void growFast(std::string& bytes) {
     constexpr std::size_t kFactor = 8;
@@ -237,25 +233,22 @@ void ChildProcess::launch() try {
         outputEvent = aboveStreams(FileDescriptor(::eventfd(0, EFD_CLOEXEC)));
         output = std::make_shared<FileDescriptor>(std::move(readingEnds[STDOUT_FILENO]));
     }
-    // Keeps the place of the child's handle, which can be had only when it is too late to give up.
-    auto handle = aboveStreams(openProcess(::getpid()));
-
     const SpawnAttributes attributes;
-    pid_t process = 0;
-    if (int failure = ::posix_spawn(&process, toolPath(program.path).c_str(), actions.get(), attributes.get(),
-                                    spawnPointers(words).data(),
-                                    program.environment ? spawnPointers(environment).data() : ::environ)) {
-        fail(kInvalidArgument, failure);
-    }
-    handle.reset();
-    handle = openProcess(process);
-    if (!handle) { // another thread took the last descriptor in this very moment
-        const int error = errno;
-        if (error != ESRCH) { // as when somebody else has collected it
-            ::kill(process, SIGKILL);
-            retrying([&] { return ::waitpid(process, nullptr, 0); });
-        }
-        fail(kInvalidArgument, error);
+    const auto file = toolPath(program.path);
+    const auto arguments = spawnPointers(words);
+    const auto variables = spawnPointers(environment);
+    std::error_code error;
+    auto [process, handle] = spawnWithHandle(
+        [&](std::error_code& failure) {
+            pid_t child = 0;
+            failure = {::posix_spawn(&child, file.c_str(), actions.get(), attributes.get(), arguments.data(),
+                                     program.environment ? variables.data() : ::environ),
+                       std::generic_category()};
+            return failure ? 0 : child;
+        },
+        error);
+    if (!handle) {
+        fail(kInvalidArgument, error.value());
     }
     state.process = process;
     state.handle = std::move(handle);

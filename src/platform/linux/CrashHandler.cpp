@@ -33,7 +33,8 @@ struct Preparation {
     std::string name;
     std::string version;
     std::string host;
-    ItemPlace place; // of any log, so its folder
+    ItemPlace place;    // of any log, so its folder
+    std::string oldest; // the log that goes when there is one more; empty while there is room
 };
 const Preparation* preparation = nullptr;
 
@@ -157,6 +158,9 @@ void handleCrash(int signal, siginfo_t* info, void*) {
     const auto now = ::time(nullptr);
     logFile = openLog(now);
     if (logFile >= 0) {
+        if (!preparation->oldest.empty()) {
+            ::unlinkat(preparation->place.folder(), preparation->oldest.c_str(), 0);
+        }
         writeHeader(signal, *info, now);
         writeStack();
     }
@@ -178,7 +182,8 @@ bool isLog(std::string_view file, const std::string& name) {
     });
 }
 
-void removeOldLogs(const std::string& name, const std::string& folder) {
+// The oldest of those that are left, when they are as many as may be; otherwise empty.
+std::string removeOldLogs(const std::string& name, const std::string& folder) {
     auto& fileManager = *current().fileManager;
     std::error_code error;
     std::vector<std::string> logs;
@@ -187,11 +192,16 @@ void removeOldLogs(const std::string& name, const std::string& folder) {
             logs.push_back(entry.name); // in the order of their times
         }
     }
-    for (std::size_t i = 0; i + CrashHandler::kLogsKept <= logs.size(); ++i) { // room for one more
+    if (logs.size() < CrashHandler::kLogsKept) {
+        return {};
+    }
+    const auto tooMany = logs.size() - CrashHandler::kLogsKept;
+    for (std::size_t i = 0; i < tooMany; ++i) {
         if (auto failure = fileManager.removeItem(folder + "/" + logs[i])) {
             current().consoleLog->log("Cannot remove " + folder + "/" + logs[i] + ": " + failure.message());
         }
     }
+    return logs[tooMany];
 }
 
 } // namespace
@@ -202,15 +212,15 @@ void CrashHandler::install(const std::string& name, const std::string& version, 
     ::uname(&system);
     const auto fileName = asFileName(name);
     auto* made = new Preparation{fileName, version, asFileName(system.nodename),
-                                 ItemPlace(folder + "/" + fileName, ItemPlace::FinalLink::Kept)};
+                                 ItemPlace(folder + "/" + fileName, ItemPlace::FinalLink::Kept), ""};
     error = error ? error : made->place.error();
     if (error) {
         delete made;
         current().consoleLog->log("Crashes will not be logged in " + folder + ": " + error.message());
         return;
     }
+    made->oldest = removeOldLogs(fileName, folder);
     preparation = made;
-    removeOldLogs(fileName, folder);
     static const SignalStack stackOfTheMainThread;
     std::array<void*, 1> frame{};
     ::backtrace(frame.data(), 1); // the first call loads a library

@@ -1,7 +1,7 @@
 #include "FontConfiguration.h"
 
+#include <exception>
 #include <fontconfig/fontconfig.h>
-#include <system_error>
 #include <thread>
 
 namespace platform {
@@ -9,7 +9,7 @@ namespace platform {
 void loadFontConfiguration() {
     try {
         std::thread([] { FcInit(); }).detach();
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
         // Then it is read when the first font is asked for.
     }
 }

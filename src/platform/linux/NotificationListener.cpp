@@ -149,7 +149,7 @@ NotificationListener::NotificationListener(Receiver receiver)
     }
     try {
         state_->thread = std::thread([state = state_] { state->run(); });
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
         state_->hasEnded = true; // nobody else knows it yet
     }
 }

@@ -8,7 +8,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <system_error>
 
@@ -87,11 +86,23 @@ PkexecChild::PkexecChild(const std::vector<std::string>& words) {
     // The helper makes an environment of its own; pkexec finds nothing to complain of in this one.
     const std::vector<std::string> environment{"PATH=/usr/sbin:/usr/bin:/sbin:/bin", "LANG=C.UTF-8"};
     const SpawnAttributes attributes;
-    if (const int failure = ::posix_spawn(&process_, words.front().c_str(), actions.get(), attributes.get(),
-                                          spawnPointers(words).data(), spawnPointers(environment).data())) {
-        throw std::system_error(failure, std::generic_category());
+    const auto arguments = spawnPointers(words);
+    const auto variables = spawnPointers(environment);
+    std::error_code error;
+    auto [process, handle] = spawnWithHandle(
+        [&](std::error_code& failure) {
+            pid_t child = 0;
+            failure = {::posix_spawn(&child, words.front().c_str(), actions.get(), attributes.get(),
+                                     arguments.data(), variables.data()),
+                       std::generic_category()};
+            return failure ? 0 : child;
+        },
+        error);
+    if (!handle) {
+        throw std::system_error(error);
     }
-    handle_ = FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, process_, 0)));
+    process_ = process;
+    handle_ = std::move(handle);
     output_ = std::move(output.ends[0]);
     handshake_ = std::move(handshake.ends[0]);
 }
@@ -104,7 +115,7 @@ bool PkexecChild::startTool(Deadline deadline) {
 }
 
 std::optional<int> PkexecChild::waitForEnd(Deadline deadline) {
-    if (deadline && !(handle_ && waitFor(handle_, deadline))) {
+    if (deadline && !waitFor(handle_, deadline)) {
         return std::nullopt;
     }
     siginfo_t info{};

@@ -53,7 +53,7 @@ void readToItsEnd(const FileDescriptor& output) {
 void inBackground(std::function<void()> work) {
     try {
         std::thread(work).detach();
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
         work(); // slow, but right
     }
 }

@@ -6,14 +6,13 @@
 #include "Package.h"
 #include "Platform.h"
 #include "ResolvedPath.h"
+#include "Spawn.h"
 #include "Text.h"
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
 #include <poll.h>
 #include <sys/eventfd.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
@@ -28,32 +27,6 @@ constexpr std::chrono::milliseconds kLookInterval{200};
 // How long an application may be without a process before it has ended, and how often it is looked for then.
 constexpr std::chrono::milliseconds kGrace{100};
 constexpr std::chrono::milliseconds kGraceLook{10};
-
-FileDescriptor openProcess(pid_t process) {
-    return FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
-}
-
-// The program's process and a handle of it; without a handle it does not run, and `error` says why.
-std::pair<pid_t, FileDescriptor> start(const DetachedProgram& program, std::error_code& error) {
-    // Keeps the handle's place: without one nobody would notice the program's end.
-    auto handle = openProcess(::getpid());
-    if (!handle) {
-        error = lastError();
-        return {};
-    }
-    const auto process = program.start(error);
-    handle.reset();
-    if (process == 0) {
-        return {};
-    }
-    handle = openProcess(process);
-    if (!handle) { // another thread took the last descriptor in this very moment
-        error = lastError();
-        ::kill(process, SIGKILL);
-        retrying([&] { return ::waitpid(process, nullptr, 0); });
-    }
-    return {process, std::move(handle)};
-}
 
 bool hasEnded(const FileDescriptor& process) {
     pollfd look{.fd = process.get(), .events = POLLIN, .revents = 0};
@@ -72,14 +45,23 @@ RunningApplications::RunningApplications(
       wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
 RunningApplications::~RunningApplications() {
-    {
-        std::lock_guard lock(mutex_);
-        stops_ = true;
-    }
-    wake();
+    stop(std::chrono::milliseconds(0));
     if (thread_.joinable()) {
         thread_.join();
     }
+}
+
+bool RunningApplications::stop(std::chrono::milliseconds limit) {
+    stops_ = true;
+    wake();
+    std::unique_lock lock(threadMutex_);
+    if (!threadEnded_.wait_for(lock, limit, [this] { return !isWatching_; })) {
+        return false;
+    }
+    if (thread_.joinable()) {
+        thread_.join();
+    }
+    return true;
 }
 
 bool RunningApplications::open(const std::string& bundlePath, const std::vector<std::string>& environment,
@@ -105,7 +87,9 @@ bool RunningApplications::open(const std::string& bundlePath, const std::vector<
                                 .arguments = arguments,
                                 .environment = environment,
                                 .workingDirectory = home && resolvedPath(*home) ? *home : "/"};
-        if (auto [process, handle] = start(program, error); handle) {
+        if (auto [process, handle] =
+                spawnWithHandle([&](std::error_code& failure) { return program.start(failure); }, error);
+            handle) {
             application.processes.emplace(process, std::move(handle));
             application.alone.reset();
             children_.insert(process);
@@ -208,12 +192,18 @@ int RunningApplications::patience(Time nextLook) const {
 
 void RunningApplications::startWatching() {
     std::lock_guard lock(threadMutex_);
-    if (thread_.joinable()) {
+    if (isWatching_ || stops_) {
         return;
     }
     try {
-        thread_ = std::thread([this] { run(); });
-    } catch (const std::system_error& error) {
+        thread_ = std::thread([this] {
+            run();
+            std::lock_guard ending(threadMutex_);
+            isWatching_ = false;
+            threadEnded_.notify_all();
+        });
+        isWatching_ = true;
+    } catch (const std::exception& error) {
         current().consoleLog->log(std::string("No thread to watch applications on: ") + error.what());
     }
 }

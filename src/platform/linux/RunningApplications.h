@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <functional>
 #include <map>
 #include <memory>
@@ -47,6 +48,9 @@ public:
     // Whether applications that somebody else starts are to be found, and their ends reported.
     void setLooksForOthers(bool looks);
 
+    // Watches no more, for good, and waits for the thread. False when it still runs at the end of the time.
+    bool stop(std::chrono::milliseconds limit);
+
     // See Workspace.
     std::shared_ptr<void> holdTermination(const std::string& bundlePath);
 
@@ -81,9 +85,11 @@ private:
     std::map<std::string, int> holds_;
     std::map<std::string, RunningApplication> ended_; // and not reported yet
     std::uint64_t openings_ = 0;
-    bool stops_ = false;
+    std::atomic<bool> stops_ = false;
     std::atomic<bool> looksForOthers_ = false;
-    std::mutex threadMutex_;
+    std::mutex threadMutex_; // guards what follows
+    std::condition_variable threadEnded_;
+    bool isWatching_ = false;
     std::thread thread_; // once there is something to watch
 };
 

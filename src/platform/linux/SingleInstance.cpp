@@ -104,13 +104,17 @@ SingleInstance::SingleInstance(std::string identifier)
 
 SingleInstance::~SingleInstance() {
     leave();
-    if (thread_.joinable()) {
-        thread_.join();
-    }
+    waitUntilLeft();
 }
 
 void SingleInstance::leave() {
     ::eventfd_write(stop_.get(), 1);
+}
+
+void SingleInstance::waitUntilLeft() {
+    if (thread_.joinable()) {
+        thread_.join();
+    }
 }
 
 bool SingleInstance::handOver() {

@@ -43,6 +43,9 @@ public:
     // at once; a call that is under way may still come to its end.
     void leave();
 
+    // Waits for that call and for the thread. Once nothing holds them up any more.
+    void waitUntilLeft();
+
     // Would a second start find this copy? Any thread.
     bool isReachable() const { return reachable_; }
 

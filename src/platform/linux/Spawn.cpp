@@ -1,7 +1,9 @@
 #include "Spawn.h"
 
 #include <csignal>
-#include <system_error>
+#include <fcntl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace platform {
@@ -54,6 +56,37 @@ SpawnAttributes::SpawnAttributes(short flags) {
 
 SpawnAttributes::~SpawnAttributes() {
     posix_spawnattr_destroy(&attributes_);
+}
+
+FileDescriptor openProcess(pid_t process) {
+    return FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
+}
+
+SpawnedProcess spawnWithHandle(const std::function<pid_t(std::error_code& error)>& start,
+                               std::error_code& error) {
+    auto place = openProcess(::getpid());
+    if (place && place.get() <= STDERR_FILENO) {
+        place = FileDescriptor(::fcntl(place.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    }
+    if (!place) {
+        error = lastError();
+        return {};
+    }
+    SpawnedProcess result;
+    result.process = start(error);
+    place.reset();
+    if (result.process == 0) {
+        return {};
+    }
+    result.handle = openProcess(result.process);
+    if (!result.handle) {
+        error = lastError();
+        // It may be gone already, or have become a program that is not ours to end.
+        if (error != std::errc::no_such_process && ::kill(result.process, SIGKILL) == 0) {
+            retrying([&] { return ::waitpid(result.process, nullptr, 0); });
+        }
+    }
+    return result;
 }
 
 std::vector<char*> spawnPointers(const std::vector<std::string>& texts) {

@@ -1,7 +1,12 @@
 #pragma once
 
+#include "FileDescriptor.h"
+
+#include <functional>
 #include <spawn.h>
 #include <string>
+#include <sys/types.h>
+#include <system_error>
 #include <vector>
 
 namespace platform {
@@ -40,6 +45,21 @@ public:
 private:
     posix_spawnattr_t attributes_{};
 };
+
+// The process's handle, a pidfd; empty when it cannot be had, errno then says why.
+FileDescriptor openProcess(pid_t process);
+
+// A child's process and its handle.
+struct SpawnedProcess {
+    pid_t process = 0;
+    FileDescriptor handle;
+};
+
+// What `start` starts, which returns the process, or 0 and why there is none. Its handle's place is kept
+// before, above the numbers of the standard streams; when another thread takes it in that very moment the
+// child is killed and collected. Without a handle `error` says why.
+SpawnedProcess spawnWithHandle(const std::function<pid_t(std::error_code& error)>& start,
+                               std::error_code& error);
 
 // Pointers into `texts`, with a null at the end.
 std::vector<char*> spawnPointers(const std::vector<std::string>& texts);

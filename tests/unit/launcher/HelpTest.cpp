@@ -1,18 +1,14 @@
 #include "ControllerFixture.h"
 
-#include "Bundle.h"
+#include "ProgramCopy.h"
 #include "PropertyListSerialization.h"
 #include "ToolTree.h"
 
-#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <mutex>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -227,24 +223,12 @@ TEST_F(Help, ReportsABugWithTheVersionOfTheBundle) {
     EXPECT_THAT(events(), ElementsAre(page)); // there is no bundle
 
     const auto bundle = sandbox::folder() + "/Tests.app";
-    auto program = bundle + "/Contents/MacOS/tests";
-    sandbox::makeFolder(bundle + "/Contents/MacOS");
-    std::filesystem::copy_file(platform::mainExecutablePath(), program);
-    std::string filter = "--gtest_filter=Help.ReportsABugWithTheVersionOfTheBundle";
-    std::array<char*, 3> arguments{program.data(), filter.data(), nullptr};
     const auto statusWith = [&](const platform::PropertyList& version, const char* expected) {
         sandbox::writeFile(
             bundle + "/Contents/Info.plist",
             platform::serializePropertyList(tooltree::Dictionary{{"CFBundleShortVersionString", version}},
                                             platform::PropertyListFormat::Xml));
-        setenv(kExpected, expected, 1);
-        pid_t child = 0;
-        int status = -1;
-        if (posix_spawn(&child, program.c_str(), nullptr, nullptr, arguments.data(), environ) == 0) {
-            waitpid(child, &status, 0);
-        }
-        unsetenv(kExpected);
-        return status;
+        return sandbox::statusOfCopy("Tests.app/Contents/MacOS/tests", kExpected, expected);
     };
     EXPECT_EQ(statusWith("3.2.1", "3.2.1"), 0);
     EXPECT_EQ(statusWith("3 β&x=1#%+/", "3%20%CE%B2%26x%3D1%23%25%2B%2F"), 0);

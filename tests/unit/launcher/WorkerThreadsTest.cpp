@@ -1,5 +1,7 @@
 #include "WorkerThreads.h"
 
+#include "FailingAllocations.h"
+
 #include <atomic>
 #include <condition_variable>
 #include <gtest/gtest.h>
@@ -57,4 +59,18 @@ TEST(WorkerThreads, NothingStartsAfterTheEnd) {
     threads.detachNewThread([&ran](const std::stop_token&) { ran = true; });
     EXPECT_TRUE(threads.finish(1min));
     EXPECT_FALSE(ran);
+}
+
+TEST(WorkerThreads, WithoutMemoryNothingStarts) {
+    if (!FailingAllocations::kArePossible) {
+        GTEST_SKIP() << "a sanitizer has an operator new of its own";
+    }
+    WorkerThreads threads;
+    std::function<void(std::stop_token)> work = [](const std::stop_token&) { ADD_FAILURE(); };
+    {
+        const FailingAllocations noMemory(0);
+        EXPECT_NO_THROW(EXPECT_FALSE(threads.detachNewThread(std::move(work))));
+        EXPECT_TRUE(FailingAllocations::hasFailed());
+    }
+    EXPECT_TRUE(threads.finish(1ms)); // which waits for nothing
 }

@@ -1,14 +1,11 @@
 #include "Bundle.h"
 
+#include "ProgramCopy.h"
 #include "TestSandbox.h"
 
-#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using platform::Bundle;
 using platform::PropertyList;
@@ -17,23 +14,9 @@ namespace {
 
 constexpr const char* kExpectedBundle = "EXPECTED_BUNDLE";
 
-// Runs a copy of this program that stands at `place` and looks for the bundle around it. Returns its exit
-// status.
+// The status of a copy that stands at `place` and looks for the bundle around it.
 int statusOfCopy(const std::string& place, const char* expectedBundle) {
-    const auto copy = sandbox::folder() + place;
-    sandbox::makeFolder(std::filesystem::path(copy).parent_path());
-    std::filesystem::copy_file(platform::mainExecutablePath(), copy);
-    setenv(kExpectedBundle, expectedBundle, 1);
-    std::string program = copy;
-    std::string filter = "--gtest_filter=Bundle.IsTheOneAroundTheExecutable";
-    std::array<char*, 3> arguments{program.data(), filter.data(), nullptr};
-    pid_t child = 0;
-    int status = -1;
-    if (posix_spawn(&child, program.c_str(), nullptr, nullptr, arguments.data(), environ) == 0) {
-        waitpid(child, &status, 0);
-    }
-    unsetenv(kExpectedBundle);
-    return status;
+    return sandbox::statusOfCopy(place, kExpectedBundle, expectedBundle);
 }
 
 } // namespace

@@ -400,6 +400,16 @@ TEST(ChildProcess, HandsTheOutputOverInOrder) {
     EXPECT_EQ(child.readOutput(), "");
 }
 
+TEST(ChildProcess, AChunkIsAllThatThePipeHolds) {
+    constexpr std::size_t kSize = 60000; // bytes, which any pipe takes at once
+    const auto written = makeFifo("written");
+    ChildProcess child(shell("head -c \"$1\" /dev/zero; echo >\"$2\"", {std::to_string(kSize), written}));
+    child.launch();
+    sandbox::readFile(written);
+    EXPECT_EQ(child.readOutput().size(), kSize);
+    EXPECT_EQ(child.readOutput(), "");
+}
+
 TEST(ChildProcess, ClosingEndsAWaitForOutput) {
     const auto gate = makeFifo("gate");
     ChildProcess child(shell("trap '' TERM; echo ready; read line <" + gate));

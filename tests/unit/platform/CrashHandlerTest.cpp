@@ -345,13 +345,27 @@ TEST(CrashHandler, KeepsTheNewestTwentyLogsOfItsName) {
     }
     for (int i = 0; i < 23; ++i) {
         sandbox::writeFile(folder() + "/" + name(i), "");
-        if (i >= 4) { // the next crash makes it twenty
+        if (i >= 3) {
             kept.push_back(name(i));
         }
     }
     EXPECT_EQ(WEXITSTATUS(statusOfChild([] {})), 99); // no crash
     std::ranges::sort(kept);
     EXPECT_EQ(logs(), kept);
+
+    // A crash's own log takes the oldest one's place.
+    EXPECT_EQ(signalOfChild([] { touch(8); }), SIGSEGV);
+    EXPECT_EQ(logs().size(), kept.size());
+    EXPECT_THAT(logs(), Not(testing::Contains(name(3))));
+    EXPECT_THAT(logs(), testing::Contains(name(4)));
+}
+
+TEST(CrashHandler, ACrashLeavesOldLogsWhileThereIsRoom) {
+    for (int i = 0; i < 19; ++i) {
+        sandbox::writeFile(folder() + "/" + name(i), "");
+    }
+    EXPECT_EQ(signalOfChild([] { touch(8); }), SIGSEGV);
+    EXPECT_EQ(logs().size(), 20U);
 }
 
 TEST(CrashHandler, HostAndNameMakeNoFolders) {

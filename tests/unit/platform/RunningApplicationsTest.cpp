@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <latch>
 #include <poll.h>
 #include <set>
 #include <sstream>
@@ -95,6 +96,11 @@ bool isWatched(pid_t process) {
         }
     }
     return false;
+}
+
+std::ptrdiff_t threads() {
+    const std::filesystem::directory_iterator tasks("/proc/self/task");
+    return std::distance(begin(tasks), end(tasks));
 }
 
 bool isReal(pid_t process) {
@@ -402,4 +408,32 @@ TEST_F(RunningApplicationsTest, ManyEndsLeaveNothingBehind) {
     EXPECT_EQ(descriptors(), before);
     EXPECT_FALSE(hasChildren());
     EXPECT_EQ(reported(), 100U);
+}
+
+TEST_F(RunningApplicationsTest, OnceStoppedItWatchesNoMore) {
+    const auto before = threads();
+    running.setLooksForOthers(true);
+    EXPECT_EQ(threads(), before + 1);
+    EXPECT_TRUE(running.stop(std::chrono::minutes(1)));
+    waitUntil([&] { return threads() == before; }); // the system's list is a moment behind
+    running.setLooksForOthers(true);
+    EXPECT_TRUE(open(toolbundle::make("Late", "#!/bin/sh\n")));
+    EXPECT_EQ(threads(), before);
+    EXPECT_TRUE(running.stop(std::chrono::minutes(1)));
+    waitUntil([] { return ::waitpid(-1, nullptr, 0) < 0; }); // nobody else collects it any more
+    EXPECT_EQ(reported(), 0U);
+}
+
+TEST_F(RunningApplicationsTest, AStuckThreadIsNotWaitedForToTheEnd) {
+    std::latch stuck(1);
+    std::latch released(1);
+    onReport = [&] {
+        stuck.count_down();
+        released.wait();
+    };
+    EXPECT_TRUE(open(toolbundle::make("Short", "#!/bin/sh\n")));
+    stuck.wait();
+    EXPECT_FALSE(running.stop(std::chrono::milliseconds(1)));
+    released.count_down();
+    EXPECT_TRUE(running.stop(std::chrono::minutes(1)));
 }

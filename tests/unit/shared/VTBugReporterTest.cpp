@@ -5,18 +5,20 @@
 #include "LogFixture.h"
 #include "MainLoop.h"
 #include "Platform.h"
+#include "ProgramCopy.h"
 #include "PropertyListSerialization.h"
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
+#include <ctime>
 #include <fcntl.h>
 #include <filesystem>
 #include <gmock/gmock.h>
-#include <spawn.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 using platform::PropertyList;
@@ -61,6 +63,11 @@ std::optional<std::string> check(const std::string& name = "Launcher") {
     return VTBugReporter::checkForCrashes(name);
 }
 
+struct {
+    std::atomic<bool> areSkipped = false;
+    std::atomic<time_t> last = 0; // seconds
+} sleeps;
+
 class VTBugReporterTest : public LogTest {
 protected:
     VTBugReporterTest() {
@@ -83,6 +90,18 @@ protected:
 };
 
 } // namespace
+
+// Takes the place of the system's for the whole program, as a time-out's thread sleeps where no test can see
+// it.
+extern "C" int nanosleep(const timespec* time, timespec* left) {
+    if (sleeps.areSkipped) {
+        sleeps.last = time->tv_sec;
+        return 0;
+    }
+    const int error = ::clock_nanosleep(CLOCK_REALTIME, 0, time, left);
+    errno = error;
+    return error == 0 ? 0 : -1;
+}
 
 TEST_F(VTBugReporterTest, FirstStartFindsNothing) {
     sandbox::defaults().setObject("yesterday", "launch"); // no date
@@ -168,21 +187,8 @@ TEST_F(VTBugReporterTest, WithoutANameTheMainBundleSaysIt) {
         return;
     }
     const auto bundle = sandbox::folder() + "/Launcher.app";
-    const auto copy = bundle + "/Contents/MacOS/Launcher";
-    sandbox::makeFolder(bundle + "/Contents/MacOS");
-    std::filesystem::copy_file(platform::mainExecutablePath(), copy);
-    auto statusOfCopy = [&](const char* expected) {
-        ::setenv("EXPECTED_LOG_NAME", expected, 1);
-        std::string program = copy;
-        std::string filter = "--gtest_filter=VTBugReporterTest.WithoutANameTheMainBundleSaysIt";
-        std::array<char*, 3> arguments{program.data(), filter.data(), nullptr};
-        pid_t child = 0;
-        int status = -1;
-        if (::posix_spawn(&child, copy.c_str(), nullptr, nullptr, arguments.data(), environ) == 0) {
-            ::waitpid(child, &status, 0);
-        }
-        ::unsetenv("EXPECTED_LOG_NAME");
-        return status;
+    const auto statusOfCopy = [](const char* expected) {
+        return sandbox::statusOfCopy("Launcher.app/Contents/MacOS/Launcher", "EXPECTED_LOG_NAME", expected);
     };
     EXPECT_EQ(statusOfCopy("/(null)_1.crash"), 0);
     sandbox::writeFile(bundle + "/Contents/Info.plist", "<plist version=\"1.0\"><dict><key>CFBundleName</key>"
@@ -339,6 +345,34 @@ TEST_F(VTBugReporterTest, AFileThatCannotBeWrittenIsLogged) {
     sandbox::makeFolder(sandbox::home() + "/folder.plist");
     EXPECT_NE(output([] { VTBugReporter::stopBugReporter(sandbox::home() + "/folder.plist"); }), "");
     EXPECT_TRUE(std::filesystem::is_directory(sandbox::home() + "/folder.plist"));
+}
+
+TEST_F(VTBugReporterTest, OnlyAFileInAHomeIsHandedOver) {
+    std::vector<std::string> looks;
+    fileManager().onExecutableLook = [&](const std::string& path) { looks.push_back(path); };
+    const auto file = sandbox::folder() + "/file";
+    sandbox::writeFile(file, "");
+    for (const char* path : {"/Library/Preferences/x.plist", "/users/alice/x.plist", "/Users", "/Users/",
+                             "/Userss/alice/x", "Users", ""}) {
+        VTBugReporter::chownPlist(path);
+    }
+    EXPECT_THAT(looks, IsEmpty());
+    VTBugReporter::chownPlist(sandbox::folder() +
+                              "/Users/nobody has this name/x.plist"); // nothing comes of it
+    EXPECT_THAT(looks, ElementsAre("/usr/bin/chown"));
+    fileManager().onExecutableLook = nullptr;
+}
+
+TEST_F(VTBugReporterTest, TheOwnersChangeHasFiveSeconds) {
+    const auto loop = std::make_shared<MainLoop>();
+    auto services = platform::current();
+    services.mainThread = loop;
+    const platform::ScopedPlatform scope(services);
+    sleeps.areSkipped = true;
+    VTBugReporter::chownPlist(sandbox::folder() + "/Users/nobody has this name/x.plist");
+    loop->runOne(); // the time-out, which comes after the sleep
+    EXPECT_EQ(sleeps.last, 5);
+    sleeps.areSkipped = false;
 }
 
 TEST_F(VTBugReporterTest, HandsAFileInAHomeToTheHomesOwner) {

@@ -2,17 +2,17 @@
 
 #include "Bundle.h"
 #include "LogFixture.h"
+#include "MainLoop.h"
 #include "Platform.h"
 #include "PrivateTmp.h"
+#include "ProgramCopy.h"
 
-#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <gmock/gmock.h>
+#include <latch>
 #include <new>
-#include <spawn.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 using testing::ElementsAre;
@@ -36,26 +36,10 @@ void makeUpdater(const std::string& bundle, const std::string& version) {
     sandbox::writeFile(bundle + "/Contents/version", version);
 }
 
-// Runs a test of this program in a copy that lies in a bundle with an updater of that version inside.
-// Returns its exit status.
-int statusOfCopy(const std::string& test, const std::string& versionInside) {
-    const auto bundle = sandbox::folder() + "/Launcher.app";
-    const auto copy = bundle + "/Contents/MacOS/Launcher";
-    sandbox::makeFolder(bundle + "/Contents/MacOS");
-    std::filesystem::copy_file(platform::mainExecutablePath(), copy,
-                               std::filesystem::copy_options::overwrite_existing);
-    makeUpdater(bundle + "/Contents/Resources/" + kName, versionInside);
-    ::setenv(kVersionInside, versionInside.c_str(), 1);
-    std::string program = copy;
-    std::string filter = "--gtest_filter=VTSoftwareUpdateTest." + test;
-    std::array<char*, 3> arguments{program.data(), filter.data(), nullptr};
-    pid_t child = 0;
-    int status = -1;
-    if (::posix_spawn(&child, copy.c_str(), nullptr, nullptr, arguments.data(), environ) == 0) {
-        ::waitpid(child, &status, 0);
-    }
-    ::unsetenv(kVersionInside);
-    return status;
+// Runs the test in a copy of this program that lies in a bundle with an updater of that version inside.
+int statusOfCopy(const std::string& versionInside) {
+    makeUpdater(sandbox::path("Launcher.app/Contents/Resources/") + kName, versionInside);
+    return sandbox::statusOfCopy("Launcher.app/Contents/MacOS/Launcher", kVersionInside, versionInside);
 }
 
 class VTSoftwareUpdateTest : public LogTest {
@@ -70,7 +54,15 @@ protected:
 
     std::string copied() const { return temporary_ + "/" + kName; }
 
+    MainLoop& loop() { return *loop_; }
+
 private:
+    std::shared_ptr<MainLoop> loop_ = std::make_shared<MainLoop>();
+    platform::ScopedPlatform platform_{[this] {
+        auto services = platform::current();
+        services.mainThread = loop_;
+        return services;
+    }()};
     std::string temporary_;
 };
 
@@ -92,8 +84,20 @@ TEST_F(VTSoftwareUpdateTest, ANewerOneInsideIsCopiedAndRun) {
         EXPECT_EQ(sandbox::readFile(copied() + "/Contents/version"), inside);
         EXPECT_FALSE(sandbox::exists(copied() + "/Contents/of the older"));
 
+        // Who asks for it waits for no copy, and opens it afterwards.
+        std::latch released(1);
+        fileManager().copyItemFailure = [&](const std::string&) {
+            EXPECT_FALSE(platform::isMainThread());
+            released.wait();
+            return std::error_code();
+        };
         VTSoftwareUpdate().manualUpdateCheck();
+        EXPECT_THAT(sandbox::workspace().events(), IsEmpty());
+        released.count_down();
+        loop().runOne();
         EXPECT_THAT(sandbox::workspace().events(), ElementsAre("open " + copied()));
+        EXPECT_EQ(sandbox::readFile(copied() + "/Contents/version"), inside);
+        fileManager().copyItemFailure = nullptr;
 
         // What cannot be deleted or copied is run as it is.
         sandbox::writeFile(copied() + "/Contents/version", "kept");
@@ -110,9 +114,9 @@ TEST_F(VTSoftwareUpdateTest, ANewerOneInsideIsCopiedAndRun) {
         EXPECT_FALSE(sandbox::exists(copied()));
         return;
     }
-    EXPECT_EQ(statusOfCopy("ANewerOneInsideIsCopiedAndRun", "6"), 0);
-    EXPECT_EQ(statusOfCopy("ANewerOneInsideIsCopiedAndRun", "6.0b1"), 0);
-    EXPECT_NE(statusOfCopy("ANewerOneInsideIsCopiedAndRun", "5"), 0); // the copy does look
+    EXPECT_EQ(statusOfCopy("6"), 0);
+    EXPECT_EQ(statusOfCopy("6.0b1"), 0);
+    EXPECT_NE(statusOfCopy("5"), 0); // the copy does look
 }
 
 TEST_F(VTSoftwareUpdateTest, OneInsideThatIsNotNewerIsLeftThere) {
@@ -130,7 +134,7 @@ TEST_F(VTSoftwareUpdateTest, OneInsideThatIsNotNewerIsLeftThere) {
         EXPECT_EQ(VTSoftwareUpdate::updaterPath(), copied());
         return;
     }
-    EXPECT_EQ(statusOfCopy("OneInsideThatIsNotNewerIsLeftThere", "3.2.1"), 0);
+    EXPECT_EQ(statusOfCopy("3.2.1"), 0);
 }
 
 TEST_F(VTSoftwareUpdateTest, OneInsideWithoutAVersionIsNoNewerThanNone) {
@@ -138,7 +142,7 @@ TEST_F(VTSoftwareUpdateTest, OneInsideWithoutAVersionIsNoNewerThanNone) {
         EXPECT_EQ(VTSoftwareUpdate::updaterPath(), installed());
         return;
     }
-    EXPECT_EQ(statusOfCopy("OneInsideWithoutAVersionIsNoNewerThanNone", ""), 0);
+    EXPECT_EQ(statusOfCopy(""), 0);
 }
 
 TEST_F(VTSoftwareUpdateTest, WithoutAPlaceForTheCopyThereIsNoPath) {
@@ -162,7 +166,7 @@ TEST_F(VTSoftwareUpdateTest, WithoutAPlaceForTheCopyThereIsNoPath) {
     if (!sandbox::inPrivateTmp([] {})) {
         GTEST_SKIP() << "the system allows no private /tmp";
     }
-    EXPECT_EQ(statusOfCopy("WithoutAPlaceForTheCopyThereIsNoPath", "6"), 0);
+    EXPECT_EQ(statusOfCopy("6"), 0);
 }
 
 TEST_F(VTSoftwareUpdateTest, AnExceptionEndsTheAutomaticCheckAlone) {
@@ -177,11 +181,16 @@ TEST_F(VTSoftwareUpdateTest, AnExceptionEndsTheAutomaticCheckAlone) {
         EXPECT_THAT(entries(1), ElementsAre(logged));
         return;
     }
-    EXPECT_EQ(statusOfCopy("AnExceptionEndsTheAutomaticCheckAlone", "6"), 0);
+    EXPECT_EQ(statusOfCopy("6"), 0);
 }
 
 TEST_F(VTSoftwareUpdateTest, TheUserMayAskForTheUpdater) {
-    const auto printed = output([] { VTSoftwareUpdate().manualUpdateCheck(); });
+    sandbox::workspace().onEvent = [](const std::string&) { EXPECT_TRUE(platform::isMainThread()); };
+    const auto printed = output([&] {
+        VTSoftwareUpdate().manualUpdateCheck();
+        loop().runOne();
+    });
+    sandbox::workspace().onEvent = nullptr;
     EXPECT_EQ(printed, "");
     EXPECT_THAT(sandbox::workspace().events(), ElementsAre("open " + installed()));
 }

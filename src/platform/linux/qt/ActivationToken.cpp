@@ -24,7 +24,7 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kTokenPatience{500};
 
 // A message that does not fit into the connection's buffer would end the connection, and Qt the process.
-constexpr std::size_t kLongestAppID = 1024;
+constexpr std::size_t kLongestText = 1024;
 
 template <auto Destroy>
 struct Destroyer {
@@ -127,12 +127,33 @@ Resource* resource(const char* name) {
         QGuiApplication::platformNativeInterface()->nativeResourceForIntegration(name));
 }
 
-wl_surface* focusedSurface() {
-    auto* window = QGuiApplication::focusWindow();
+wl_surface* surfaceOf(QWindow* window) {
     return window
                ? static_cast<wl_surface*>(
                      QGuiApplication::platformNativeInterface()->nativeResourceForWindow("surface", window))
                : nullptr;
+}
+
+wl_surface* focusedSurface() {
+    return surfaceOf(QGuiApplication::focusWindow());
+}
+
+// Of the window that is to have the focus.
+wl_surface* frontSurface() {
+    auto* window = QGuiApplication::modalWindow();
+    for (auto* other : QGuiApplication::topLevelWindows()) {
+        if (!window && other->isVisible()) {
+            window = other;
+        }
+    }
+    return surfaceOf(window);
+}
+
+wl_display* displayOf(const std::function<wl_surface*()>& surface) {
+    wl_display* display = nullptr; // lives as long as the application object, and that as long as its threads
+    current().mainThread->perform([&] { display = surface() ? resource<wl_display>("wl_display") : nullptr; },
+                                  Wait::UntilDone);
+    return display;
 }
 
 } // namespace
@@ -141,10 +162,7 @@ std::optional<std::string> requestActivationToken(const std::string& appID) {
     if (!isShownThroughWayland()) {
         return std::nullopt;
     }
-    wl_display* display = nullptr; // lives as long as the application object, and that as long as its threads
-    auto& mainThread = *current().mainThread;
-    mainThread.perform([&] { display = focusedSurface() ? resource<wl_display>("wl_display") : nullptr; },
-                       Wait::UntilDone);
+    auto* display = displayOf(focusedSurface);
     if (!display) {
         return std::nullopt;
     }
@@ -162,7 +180,7 @@ std::optional<std::string> requestActivationToken(const std::string& appID) {
         }};
     std::optional<std::string> token;
     xdg_activation_token_v1_add_listener(request.get(), &kTokenListener, &token);
-    if (appID.size() <= kLongestAppID) {
+    if (appID.size() <= kLongestText) {
         xdg_activation_token_v1_set_app_id(request.get(), appID.c_str());
     }
     bool isAsked = false;
@@ -177,11 +195,34 @@ std::optional<std::string> requestActivationToken(const std::string& appID) {
             isAsked = true;
         }
     };
-    mainThread.perform(fillIn, Wait::UntilDone);
+    current().mainThread->perform(fillIn, Wait::UntilDone);
     if (!isAsked || !conversation.waitUntil([&] { return token.has_value(); }) || token->empty()) {
         return std::nullopt;
     }
     return token;
+}
+
+void useActivationToken(const std::string& token) {
+    if (!isShownThroughWayland() || token.empty() || token.size() > kLongestText) {
+        return;
+    }
+    auto* display = displayOf(frontSurface);
+    if (!display) {
+        return;
+    }
+    Conversation conversation(display, Clock::now() + kTokenPatience);
+    const auto activation = findActivation(conversation);
+    if (!activation) {
+        return;
+    }
+    current().mainThread->perform(
+        [&] {
+            if (auto* surface = frontSurface()) {
+                xdg_activation_v1_activate(activation.get(), token.c_str(), surface);
+                wl_display_flush(display);
+            }
+        },
+        Wait::UntilDone);
 }
 
 } // namespace platform

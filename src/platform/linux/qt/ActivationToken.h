@@ -13,4 +13,9 @@ namespace platform {
 // (at once), none has the focus, or the compositor gives no tokens. Any thread.
 std::optional<std::string> requestActivationToken(const std::string& appID);
 
+// Shows the compositor such a token, which another program has handed over, so that this program's front
+// window, which is on the screen, comes before the others. Qt would take it from the environment alone, which
+// other threads read. Waits as above, and does nothing where that gets no token. Any thread but the main one.
+void useActivationToken(const std::string& token);
+
 } // namespace platform

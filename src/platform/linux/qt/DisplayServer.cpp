@@ -19,12 +19,6 @@ bool isShownThroughWayland() {
     return QGuiApplication::platformName().startsWith(QLatin1String("wayland")); // or "wayland-egl"
 }
 
-void useActivationToken(const std::optional<std::string>& token) {
-    if (token && isShownThroughWayland()) {
-        ::qputenv("XDG_ACTIVATION_TOKEN", QByteArray::fromStdString(*token)); // where Qt looks for it
-    }
-}
-
 bool displayHasWindowOpacity() {
     return connection() != nullptr;
 }

@@ -1,18 +1,11 @@
 #pragma once
 
-#include <optional>
-#include <string>
-
 namespace platform {
 
 // What shows the windows on the screen. Main thread, once there is a QGuiApplication.
 
 // Whether windows are shown through Wayland. Any thread.
 bool isShownThroughWayland();
-
-// What the desktop gave to whoever wants a window in front: the next window that asks to be activated shows
-// it. Does nothing when it is absent or not needed.
-void useActivationToken(const std::optional<std::string>& token);
 
 // Whether the display server lets a window be translucent as a whole.
 bool displayHasWindowOpacity();

@@ -14,8 +14,8 @@
 #include "linux/LaunchEnvironment.h"
 
 #include <chrono>
+#include <exception>
 #include <functional>
-#include <system_error>
 #include <thread>
 
 namespace platform {
@@ -33,7 +33,7 @@ bool isApplicationBundle(const std::string& path) {
 void onThreadOfItsOwn(std::function<void()> work) {
     try {
         std::thread(std::move(work)).detach();
-    } catch (const std::system_error& error) {
+    } catch (const std::exception& error) {
         current().consoleLog->log(std::string("No thread to ask the desktop with: ") + error.what());
     }
 }

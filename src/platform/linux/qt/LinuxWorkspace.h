@@ -26,6 +26,10 @@ public:
     // Whether the ends of applications that somebody else starts are reported as well.
     void setWatchesOthers(bool watches) { running_->setLooksForOthers(watches); }
 
+    // At the program's end: no end is reported any more. Waits for the thread that watches; false when it is
+    // stuck.
+    bool stopWatching(std::chrono::milliseconds limit) { return running_->stop(limit); }
+
 private:
     std::vector<std::string> environment_;
     std::shared_ptr<RunningApplications> running_; // also used by threads that look for an application

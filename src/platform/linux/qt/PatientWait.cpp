@@ -4,9 +4,9 @@
 
 #include <QCoreApplication>
 #include <QTimer>
+#include <exception>
 #include <memory>
 #include <mutex>
-#include <system_error>
 #include <thread>
 
 namespace platform {
@@ -45,7 +45,7 @@ bool waitInLoop(const std::function<void()>& work, QEventLoop::ProcessEventsFlag
             work();
             rendezvous->finish();
         }).detach();
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
         work(); // without a thread there is only this one
         return true;
     }

@@ -7,8 +7,8 @@
 #include <QGuiApplication>
 #include <algorithm>
 #include <chrono>
+#include <exception>
 #include <iterator>
-#include <system_error>
 #include <thread>
 #include <unistd.h>
 #include <utility>
@@ -61,7 +61,7 @@ void comeForward() {
         std::thread([] {
             activateWindow([] { return std::vector<pid_t>{::getpid()}; }, kPatience, {});
         }).detach();
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
         // Then as a program among others.
     }
 }

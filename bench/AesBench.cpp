@@ -7,6 +7,7 @@
 
 #include "AesBlock.h"
 #include "AesPath.h"
+#include "Measure.h"
 #include "VTEncryption.h"
 
 #include <algorithm>
@@ -32,17 +33,6 @@ constexpr const char* kWithoutAesNi = "~0x200000200000000"; // nor carry-less mu
 constexpr const char* kWithoutAnything = "0";
 const std::string kPassphrase = "thirty-two bytes, as a key needs";
 
-bool isTiny() {
-    return std::getenv("VT_BENCH_TINY") != nullptr;
-}
-
-void require(bool condition, const char* what) {
-    if (!condition) {
-        std::fprintf(stderr, "%s failed\n", what);
-        std::exit(EXIT_FAILURE);
-    }
-}
-
 // In seconds of this thread's own, since others may want the processor too.
 double timed(const std::function<void()>& work) {
     auto now = [] {
@@ -53,11 +43,6 @@ double timed(const std::function<void()>& work) {
     const double start = now();
     work();
     return now() - start;
-}
-
-double median(std::vector<double> values) {
-    std::ranges::nth_element(values, values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2));
-    return values[values.size() / 2];
 }
 
 const std::uint8_t* keyBytes() {

@@ -8,6 +8,7 @@
 #include "FakeConsoleLog.h"
 #include "FakeUsers.h"
 #include "FakeWorkspace.h"
+#include "Measure.h"
 #include "Platform.h"
 #include "linux/FileDescriptor.h"
 #include "linux/LinuxFileManager.h"
@@ -234,12 +235,6 @@ std::size_t scan(const std::string& root) {
     return apps ? apps->size() : 0;
 }
 
-double median(std::vector<double> values) {
-    auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::ranges::nth_element(values, middle);
-    return *middle;
-}
-
 double secondsOn(clockid_t clock) {
     timespec time{};
     ::clock_gettime(clock, &time);
@@ -289,10 +284,6 @@ void Scan(benchmark::State& state) {
     state.counters["of_find"] = scans.wall() / find.wall();
 }
 // The size is tiny when the benchmark runs as a test.
-bool isTiny() {
-    return std::getenv("VT_BENCH_TINY") != nullptr;
-}
-
 void sizesOfScan(benchmark::internal::Benchmark* scan) {
     scan->ArgNames({"folders", "tools"})->Args({1'000, 50})->Iterations(isTiny() ? 1 : 15);
     if (!isTiny()) {

@@ -3,6 +3,7 @@
 // runs in turns within one benchmark, so that a busy machine slows down both.
 
 #include "FakeUsers.h"
+#include "Measure.h"
 #include "Platform.h"
 #include "VTLog.h"
 #include "linux/LinuxFileManager.h"
@@ -33,10 +34,6 @@ constexpr int kFiles = 5;
 
 std::string folder; // holds everything that is written; set in main
 
-bool isTiny() {
-    return std::getenv("VT_BENCH_TINY") != nullptr;
-}
-
 // Entries that are written in one go, by all callers together.
 int entryCount() {
     return isTiny() ? 2'000 : 400'000;
@@ -50,11 +47,6 @@ double timed(const std::function<void()>& work) {
     const auto start = Clock::now();
     work();
     return seconds(Clock::now() - start);
-}
-
-double median(std::vector<double> values) {
-    std::ranges::nth_element(values, values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2));
-    return values[values.size() / 2];
 }
 
 // Calls `log(caller, entry)` from so many threads at once.

@@ -8,6 +8,7 @@
 #include "FakeUsers.h"
 #include "LinuxWorkspace.h"
 #include "MainPanel.h"
+#include "Measure.h"
 #include "Platform.h"
 #include "QtMainThread.h"
 #include "VTAlternateBlackTableView.h"
@@ -30,10 +31,6 @@
 namespace fs = std::filesystem;
 
 namespace {
-
-bool isTiny() {
-    return std::getenv("VT_BENCH_TINY") != nullptr;
-}
 
 std::string dictionary(const std::string& entries) {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>" + entries +

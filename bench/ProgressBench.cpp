@@ -2,6 +2,7 @@
 // connection to the session bus, and the owners of two names. What is compared runs in turns within one
 // benchmark. To be run with a session bus.
 
+#include "Measure.h"
 #include "VTTaskNotification.h"
 #include "linux/BasicServices.h"
 
@@ -15,23 +16,11 @@
 
 namespace {
 
-void require(bool condition, const char* what) {
-    if (!condition) {
-        std::fprintf(stderr, "%s failed\n", what);
-        std::exit(EXIT_FAILURE);
-    }
-}
-
 template <typename Work>
 double microseconds(Work work) {
     const auto start = std::chrono::steady_clock::now();
     work();
     return std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count();
-}
-
-double median(std::vector<double> values) {
-    std::ranges::nth_element(values, values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2));
-    return values[values.size() / 2];
 }
 
 void lookUp(sd_bus* bus, const char* name) {

@@ -4,6 +4,8 @@
 //
 // LAUNCHER_PROGRAM and LAUNCHER_SAMPLE_SUITE say what to start, BARE_TABLE what to compare it with.
 
+#include "Measure.h"
+
 #include <algorithm>
 #include <benchmark/benchmark.h>
 #include <chrono>
@@ -25,10 +27,6 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-bool isTiny() {
-    return std::getenv("VT_BENCH_TINY") != nullptr;
-}
 
 std::string required(const char* variable) {
     const char* value = std::getenv(variable);
@@ -144,11 +142,6 @@ Start startOnce(Display& display, const std::string& program, bool measuresMemor
     ::kill(process, SIGTERM);
     ::waitpid(process, nullptr, 0);
     return start;
-}
-
-double median(std::vector<double> values) {
-    std::ranges::sort(values);
-    return values[values.size() / 2];
 }
 
 void BM_Start(benchmark::State& state) {

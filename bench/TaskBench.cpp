@@ -2,6 +2,7 @@
 // bytes per second when a child's output is collected. What is compared runs in turns within one benchmark,
 // so that a busy machine slows down both. And how late a time-out is, with the main loop running.
 
+#include "Measure.h"
 #include "Platform.h"
 #include "QtMainThread.h"
 #include "VTLog.h"
@@ -33,26 +34,10 @@ namespace {
 constexpr const char* kProgram = "/bin/true";
 constexpr std::size_t kMebibyte = 1 << 20;
 
-bool isTiny() {
-    return std::getenv("VT_BENCH_TINY") != nullptr;
-}
-
-void require(bool condition, const char* what) {
-    if (!condition) {
-        std::fprintf(stderr, "%s failed\n", what);
-        std::exit(EXIT_FAILURE);
-    }
-}
-
 double timed(const std::function<void()>& work) {
     const auto start = std::chrono::steady_clock::now();
     work();
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-double median(std::vector<double> values) {
-    std::ranges::nth_element(values, values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2));
-    return values[values.size() / 2];
 }
 
 void runBare() {

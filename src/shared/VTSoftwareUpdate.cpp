@@ -55,13 +55,13 @@ void VTSoftwareUpdate::startup() {
 }
 
 std::optional<std::string> VTSoftwareUpdate::updaterPath() {
-    const auto installed = VTLocalPaths::appending(VTLocalPaths::applicationDirectory(false),
-                                                   std::string("Vantorel/") + kUpdaterName);
+    auto installed = VTLocalPaths::appending(VTLocalPaths::applicationDirectory(false),
+                                             std::string("Vantorel/") + kUpdaterName);
     const auto inside = updaterInside();
     if (versionOf(installed) >= versionOf(inside)) {
         return installed;
     }
-    const auto copy = VTLocalPaths::appending(VTLocalPaths::tempDirectory(), kUpdaterName);
+    auto copy = VTLocalPaths::appending(VTLocalPaths::tempDirectory(), kUpdaterName);
     if (copy) {
         static std::mutex oneAtATime; // the start's look and the user's own may meet
         std::lock_guard lock(oneAtATime);

@@ -74,7 +74,8 @@ std::optional<std::string> VTSoftwareUpdate::updaterPath() {
 
 void VTSoftwareUpdate::manualUpdateCheck() {
     const auto open = [](const std::optional<std::string>& path) {
-        platform::current().mainThread->perform([path] { openUpdater(path); }, platform::Wait::No);
+        const auto mainThread = platform::current().mainThread;
+        mainThread->perform([path] { openUpdater(path); }, platform::Wait::No);
     };
     try {
         std::thread([open] {

@@ -411,6 +411,9 @@ TEST_F(RunningApplicationsTest, ManyEndsLeaveNothingBehind) {
 }
 
 TEST_F(RunningApplicationsTest, OnceStoppedItWatchesNoMore) {
+    std::latch atEnd(1);
+    std::jthread other(
+        [&atEnd] { atEnd.wait(); }); // with a program's first thread a sanitizer starts another
     const auto before = threads();
     running.setLooksForOthers(true);
     EXPECT_EQ(threads(), before + 1);
@@ -422,6 +425,7 @@ TEST_F(RunningApplicationsTest, OnceStoppedItWatchesNoMore) {
     EXPECT_TRUE(running.stop(std::chrono::minutes(1)));
     waitUntil([] { return ::waitpid(-1, nullptr, 0) < 0; }); // nobody else collects it any more
     EXPECT_EQ(reported(), 0U);
+    atEnd.count_down();
 }
 
 TEST_F(RunningApplicationsTest, AStuckThreadIsNotWaitedForToTheEnd) {

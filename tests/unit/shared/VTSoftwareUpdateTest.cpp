@@ -54,7 +54,14 @@ protected:
 
     std::string copied() const { return temporary_ + "/" + kName; }
 
-    MainLoop& loop() { return *loop_; }
+private:
+    std::string temporary_;
+};
+
+// A main thread that does what it is handed when the test says so.
+class MainThread {
+public:
+    void runOne() { loop_->runOne(); }
 
 private:
     std::shared_ptr<MainLoop> loop_ = std::make_shared<MainLoop>();
@@ -63,7 +70,6 @@ private:
         services.mainThread = loop_;
         return services;
     }()};
-    std::string temporary_;
 };
 
 } // namespace
@@ -91,10 +97,11 @@ TEST_F(VTSoftwareUpdateTest, ANewerOneInsideIsCopiedAndRun) {
             released.wait();
             return std::error_code();
         };
+        MainThread mainThread;
         VTSoftwareUpdate().manualUpdateCheck();
         EXPECT_THAT(sandbox::workspace().events(), IsEmpty());
         released.count_down();
-        loop().runOne();
+        mainThread.runOne();
         EXPECT_THAT(sandbox::workspace().events(), ElementsAre("open " + copied()));
         EXPECT_EQ(sandbox::readFile(copied() + "/Contents/version"), inside);
         fileManager().copyItemFailure = nullptr;
@@ -185,10 +192,11 @@ TEST_F(VTSoftwareUpdateTest, AnExceptionEndsTheAutomaticCheckAlone) {
 }
 
 TEST_F(VTSoftwareUpdateTest, TheUserMayAskForTheUpdater) {
+    MainThread mainThread;
     sandbox::workspace().onEvent = [](const std::string&) { EXPECT_TRUE(platform::isMainThread()); };
     const auto printed = output([&] {
         VTSoftwareUpdate().manualUpdateCheck();
-        loop().runOne();
+        mainThread.runOne();
     });
     sandbox::workspace().onEvent = nullptr;
     EXPECT_EQ(printed, "");

@@ -35,6 +35,21 @@ using testing::SizeIs;
 
 namespace {
 
+// Does this process hold a descriptor of that one?
+bool isHeld(pid_t process) {
+    const auto line = "\nPid:\t" + std::to_string(process) + '\n';
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fdinfo")) {
+        try {
+            if (sandbox::readFile(entry.path()).find(line) != std::string::npos) {
+                return true;
+            }
+        } catch (const std::ios::failure&) {
+            continue; // closed meanwhile
+        }
+    }
+    return false;
+}
+
 class RunningApplicationsTest : public testing::Test {
 protected:
     bool open(const std::string& bundle) { return running.open(bundle, platform::launchEnvironment()); }
@@ -57,6 +72,14 @@ protected:
     std::size_t reported() {
         std::lock_guard lock(mutex);
         return reports.size();
+    }
+    // For good, and not only for as long as a look at the process takes, of which this waits for the end.
+    bool isWatched(pid_t process) {
+        if (!isHeld(process)) {
+            return false;
+        }
+        running.processesIn("");
+        return isHeld(process);
     }
 
     std::mutex mutex;
@@ -81,21 +104,6 @@ void waitUntil(const std::function<bool()>& holds) {
     while (!holds()) {
         std::this_thread::yield();
     }
-}
-
-// Does this process hold a descriptor of that one?
-bool isWatched(pid_t process) {
-    const auto line = "\nPid:\t" + std::to_string(process) + '\n';
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fdinfo")) {
-        try {
-            if (sandbox::readFile(entry.path()).find(line) != std::string::npos) {
-                return true;
-            }
-        } catch (const std::ios::failure&) {
-            continue; // closed meanwhile
-        }
-    }
-    return false;
 }
 
 std::ptrdiff_t threads() {

@@ -1,4 +1,4 @@
-#include "Waiting.h"
+#include "WaitUntil.h"
 #include "linux/DBusDictionary.h"
 
 #include <algorithm>

@@ -117,6 +117,7 @@ TEST_F(PanelMenusTest, PreferencesAreCheckMarks) {
 TEST_F(PanelMenusTest, ChecksForUpdatesWithTheSuitesUpdater) {
     open();
     action("Check for Updates\u2026")->trigger();
+    EXPECT_TRUE(QTest::qWaitFor([] { return !sandbox::workspace().events().empty(); }, kLimit));
     EXPECT_THAT(
         sandbox::workspace().events(),
         ElementsAre("open " + sandbox::root() + "/Applications/Vantorel/Vantorel Software Update.app"));

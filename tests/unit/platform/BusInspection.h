@@ -1,7 +1,7 @@
 #pragma once
 
 #include "PrivateBus.h"
-#include "Waiting.h"
+#include "WaitUntil.h"
 
 #include <algorithm>
 #include <filesystem>

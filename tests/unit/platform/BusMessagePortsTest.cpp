@@ -4,7 +4,7 @@
 #include "Exception.h"
 #include "TestSandbox.h"
 #include "UserBus.h"
-#include "Waiting.h"
+#include "WaitUntil.h"
 
 #include <csignal>
 #include <filesystem>

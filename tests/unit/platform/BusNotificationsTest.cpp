@@ -3,7 +3,7 @@
 #include "BusInspection.h"
 #include "MuteSocket.h"
 #include "TestSandbox.h"
-#include "Waiting.h"
+#include "WaitUntil.h"
 
 #include <atomic>
 #include <condition_variable>

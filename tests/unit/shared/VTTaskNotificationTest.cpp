@@ -4,7 +4,7 @@
 #include "Exception.h"
 #include "LogFixture.h"
 #include "PrivateBus.h"
-#include "Waiting.h"
+#include "WaitUntil.h"
 #include "linux/BusMessagePorts.h"
 
 #include <array>

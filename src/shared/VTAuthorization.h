@@ -19,7 +19,7 @@
 // A path is absolute and is handed to the tool as it is; one that is relative, absent or holds a zero byte
 // never reaches a tool. One thread at a time.
 //
-// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): it is never destroyed, and tests derive from it.
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): it is never destroyed; tests derive from it.
 class VTAuthorization {
 public:
     using Path = std::optional<std::string>;
